@@ -1,0 +1,156 @@
+// Recordset: the rows of a query or of a table, in the shape and with the error numbers of ADO 2.5.
+//
+// Order of calls: take one from `Connection::CreateRecordset`, set source, connection, cursor and
+// lock type (or give them to `Open`), walk and edit, `Close`. A member that needs an open
+// recordset is 3704 on a closed one, a setting 3705 on an open one, a value without a current row
+// 3021, an unknown column 3265. Column names are matched without regard to case.
+//
+// What a cursor type costs and shows:
+//   forward-only  streams; only `MoveNext` (3219 otherwise), `RecordCount` -1
+//   static        holds all rows as they were at opening; so does every client-side recordset
+//   keyset        holds the row identities of opening; shows changed values of its rows
+//   dynamic       as keyset, and re-reads the row it moves to
+//   table-direct  (options 512) pages by key, one short statement a page: opening costs the same
+//                 for ten rows and for ten million
+// No statement stays open between two calls, except under a forward-only recordset; no lock is
+// held while reading.
+//
+// Edits. Optimistic: `Update` writes the columns assigned, only if they still hold what was
+// fetched, else kErrRowChanged and the edit stays pending. Pessimistic: the first assignment locks
+// the row and checks it. Assigning the value already there is no change. Moving off a row with a
+// pending edit saves it as `Update` does; `Close` with one is 3219 and keeps it. A read-only
+// recordset, or one whose statement gives no row identity (join, aggregate), refuses with 3251.
+#pragma once
+
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <qm/connection.h>
+#include <qm/variant.h>
+
+namespace qm {
+
+enum CursorType : std::int32_t {
+  kOpenForwardOnly = 0,
+  kOpenKeyset = 1,
+  kOpenDynamic = 2,
+  kOpenStatic = 3
+};
+enum LockType : std::int32_t { kLockReadOnly = 1, kLockPessimistic = 2, kLockOptimistic = 3 };
+enum CursorLocation : std::int32_t { kUseServer = 2, kUseClient = 3 };
+enum CommandOption : std::int32_t { kCommandText = 1, kCommandTable = 2, kCommandTableDirect = 512 };
+enum EditMode : std::int32_t { kEditNone = 0, kEditInProgress = 1, kEditAdd = 2 };
+
+class Recordset : public std::enable_shared_from_this<Recordset> {
+ public:
+  virtual ~Recordset() = default;
+  Recordset(const Recordset&) = delete;
+  Recordset& operator=(const Recordset&) = delete;
+
+  virtual std::string Source() const = 0;
+  virtual void SetSource(std::string_view text) = 0;
+  virtual std::shared_ptr<Connection> ActiveConnection() const = 0;
+  virtual void SetActiveConnection(std::shared_ptr<Connection> connection) = 0;
+  virtual std::int32_t CursorType() const = 0;
+  virtual void SetCursorType(std::int32_t type) = 0;
+  virtual std::int32_t LockType() const = 0;
+  virtual void SetLockType(std::int32_t type) = 0;
+  virtual std::int32_t CursorLocation() const = 0;
+  virtual void SetCursorLocation(std::int32_t location) = 0;
+  /// At most so many rows; 0 for all.
+  virtual std::int64_t MaxRecords() const = 0;
+  virtual void SetMaxRecords(std::int64_t count) = 0;
+  /// The provider's dynamic properties, by name: "Preserve on Commit", "Preserve on Abort"
+  /// (booleans). An unknown name is 3265.
+  virtual Variant Property(std::string_view name) const = 0;
+  virtual void SetProperty(std::string_view name, const Variant& value) = 0;
+
+  /// Opens with the settings and the options it was last opened with (unspecified at first).
+  virtual void Open() = 0;
+  /// Sets source, connection, cursor and lock type, then opens.
+  void Open(std::string_view source, std::shared_ptr<Connection> connection,
+            std::int32_t cursor_type = kOpenForwardOnly, std::int32_t lock_type = kLockReadOnly,
+            std::int32_t options = kOptionsUnspecified);
+  /// Opens with the settings and the options given.
+  virtual void OpenWithOptions(std::int32_t options) = 0;
+  /// Runs the same source again. 3219 with a pending edit, which stays.
+  virtual void Requery() = 0;
+  virtual void Close() = 0;
+  virtual std::int32_t State() const = 0;
+
+  /// Named `Eof` and `Bof`, since the C library's macro EOF bars the published name.
+  virtual bool Eof() const = 0;
+  virtual bool Bof() const = 0;
+  virtual void MoveFirst() = 0;
+  virtual void MoveLast() = 0;
+  virtual void MoveNext() = 0;
+  virtual void MovePrevious() = 0;
+  virtual std::int64_t RecordCount() const = 0;
+
+  virtual int FieldCount() const = 0;
+  /// Column name by position, counted from 0; 3265 outside.
+  virtual const std::string& FieldName(int ordinal) const = 0;
+  /// Position of a column, or -1; a hash look-up.
+  virtual int FieldOrdinal(std::string_view name) const = 0;
+  /// The current row's value, the pending one while it is edited.
+  virtual Variant Value(int ordinal) const = 0;
+  Variant Value(std::string_view name) const { return Value(RequiredOrdinal(name)); }
+  virtual void SetValue(int ordinal, const Variant& value) = 0;
+  void SetValue(std::string_view name, const Variant& value) {
+    SetValue(RequiredOrdinal(name), value);
+  }
+
+  virtual std::int32_t EditMode() const = 0;
+  /// Starts a new row; `Update` inserts it.
+  virtual void AddNew() = 0;
+  virtual void Update() = 0;
+  /// Does nothing without a pending edit.
+  virtual void CancelUpdate() = 0;
+
+  class RowRange;
+  /// The rows from the current one to the end, for a range-for. The range moves the recordset
+  /// itself: each element is the recordset, standing on that row.
+  RowRange Rows();
+
+ protected:
+  Recordset() = default;
+  int RequiredOrdinal(std::string_view name) const;  ///< 3265 when there is no such column
+};
+
+/// Input range over a recordset's remaining rows.
+class Recordset::RowRange {
+ public:
+  class Iterator {
+   public:
+    using value_type = Recordset;
+    using difference_type = std::ptrdiff_t;
+    Iterator() = default;
+    explicit Iterator(Recordset* recordset) : recordset_(recordset) {}
+    Recordset& operator*() const { return *recordset_; }
+    Iterator& operator++() {
+      recordset_->MoveNext();
+      return *this;
+    }
+    void operator++(int) { ++*this; }
+    friend bool operator==(const Iterator& it, std::default_sentinel_t) {
+      return it.recordset_->Eof();
+    }
+
+   private:
+    Recordset* recordset_ = nullptr;
+  };
+
+  explicit RowRange(Recordset& recordset) : recordset_(&recordset) {}
+  Iterator begin() const { return Iterator(recordset_); }
+  std::default_sentinel_t end() const { return {}; }
+
+ private:
+  Recordset* recordset_;
+};
+
+inline Recordset::RowRange Recordset::Rows() { return RowRange(*this); }
+
+}  // namespace qm
