@@ -18,18 +18,30 @@ Error Error::As(std::int32_t number, std::string source) const {
 
 std::string_view RunTimeDescription(std::int32_t number) {
   switch (number) {
-    case kErrInvalidCall: return "Invalid procedure call or argument";
-    case kErrOverflow: return "Overflow";
-    case kErrSubscript: return "Subscript out of range";
-    case kErrDivisionByZero: return "Division by zero";
-    case kErrTypeMismatch: return "Type mismatch";
-    case kErrObjectNotSet: return "Object variable not set";
-    case kErrInvalidUseOfNull: return "Invalid use of Null";
-    case kErrNoSuchMember: return "Object doesn't support this property or method";
-    case kErrWrongArgumentCount: return "Wrong number of arguments or invalid property assignment";
-    case kErrKeyInUse: return "This key is already associated with an element of this collection";
-    case kErrSyntax: return "Syntax error";
-    default: return "Unknown runtime error";
+    case kErrInvalidCall:
+      return "Invalid procedure call or argument";
+    case kErrOverflow:
+      return "Overflow";
+    case kErrSubscript:
+      return "Subscript out of range";
+    case kErrDivisionByZero:
+      return "Division by zero";
+    case kErrTypeMismatch:
+      return "Type mismatch";
+    case kErrObjectNotSet:
+      return "Object variable not set";
+    case kErrInvalidUseOfNull:
+      return "Invalid use of Null";
+    case kErrNoSuchMember:
+      return "Object doesn't support this property or method";
+    case kErrWrongArgumentCount:
+      return "Wrong number of arguments or invalid property assignment";
+    case kErrKeyInUse:
+      return "This key is already associated with an element of this collection";
+    case kErrSyntax:
+      return "Syntax error";
+    default:
+      return "Unknown runtime error";
   }
 }
 

@@ -32,20 +32,34 @@ bool operator==(const Variant& a, const Variant& b) {
 
 std::string_view TypeName(VarType type) {
   switch (type) {
-    case VarType::kEmpty: return "Empty";
-    case VarType::kNull: return "Null";
-    case VarType::kInteger: return "Integer";
-    case VarType::kLong: return "Long";
-    case VarType::kSingle: return "Single";
-    case VarType::kDouble: return "Double";
-    case VarType::kCurrency: return "Currency";
-    case VarType::kDate: return "Date";
-    case VarType::kString: return "String";
-    case VarType::kObject: return "Nothing";
-    case VarType::kBoolean: return "Boolean";
-    case VarType::kByte: return "Byte";
-    case VarType::kLongLong: return "LongLong";
-    case VarType::kArray: return "Variant()";
+    case VarType::kEmpty:
+      return "Empty";
+    case VarType::kNull:
+      return "Null";
+    case VarType::kInteger:
+      return "Integer";
+    case VarType::kLong:
+      return "Long";
+    case VarType::kSingle:
+      return "Single";
+    case VarType::kDouble:
+      return "Double";
+    case VarType::kCurrency:
+      return "Currency";
+    case VarType::kDate:
+      return "Date";
+    case VarType::kString:
+      return "String";
+    case VarType::kObject:
+      return "Nothing";
+    case VarType::kBoolean:
+      return "Boolean";
+    case VarType::kByte:
+      return "Byte";
+    case VarType::kLongLong:
+      return "LongLong";
+    case VarType::kArray:
+      return "Variant()";
   }
   return "Unknown";
 }

@@ -28,11 +28,7 @@ class Recordset;
 enum ObjectState : std::int32_t { kStateClosed = 0, kStateOpen = 1 };
 
 /// Connection modes, handed to the provider unchanged.
-enum ShareMode : std::int32_t {
-  qmModeUnknown = 0,
-  qmModeReadWrite = 3,
-  qmModeShareExclusive = 12
-};
+enum ShareMode : std::int32_t { qmModeUnknown = 0, qmModeReadWrite = 3, qmModeShareExclusive = 12 };
 
 /// Isolation levels, by their ADO numbers.
 enum IsolationLevel : std::int32_t {

@@ -46,13 +46,13 @@ enum DataErrorNumber : std::int32_t {
   kErrObjectOpen = 3705,
   kErrUnknownProvider = 3706,
   kErrInvalidConnection = 3709,
-  kErrStatement = -2147217900,      ///< rejected by the engine
-  kErrIntegrity = -2147217873,      ///< a constraint would be violated
+  kErrStatement = -2147217900,  ///< rejected by the engine
+  kErrIntegrity = -2147217873,  ///< a constraint would be violated
   kErrNoSuchTable = -2147217865,
-  kErrRowChanged = -2147217864,     ///< another user changed the row since it was read
+  kErrRowChanged = -2147217864,  ///< another user changed the row since it was read
   kErrNestedTransaction = -2147168237,
   kErrNoTransaction = -2147168242,
-  kErrEngine = -2147467259          ///< could not connect, and anything else of the engine's
+  kErrEngine = -2147467259  ///< could not connect, and anything else of the engine's
 };
 
 class Error : public std::runtime_error {

@@ -12,7 +12,13 @@
 
 namespace qm {
 
-enum class MessageIcon { kNone = 0, kCritical = 16, kQuestion = 32, kWarning = 48, kInformation = 64 };
+enum class MessageIcon {
+  kNone = 0,
+  kCritical = 16,
+  kQuestion = 32,
+  kWarning = 48,
+  kInformation = 64
+};
 enum class MessageButtons { kOk = 0, kYesNo = 4 };
 enum class MessageAnswer { kOk = 1, kYes = 6, kNo = 7 };
 

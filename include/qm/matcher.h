@@ -33,11 +33,11 @@ struct RuleScore {
   std::string expression;
   std::string abstract_value;
   std::string patient_value;
-  bool skipped = false;       ///< a value was empty or listed as missing
-  bool exact = false;         ///< plain equality instead of the comparator
-  std::int16_t agreement = 0; ///< 0 to 100
+  bool skipped = false;        ///< a value was empty or listed as missing
+  bool exact = false;          ///< plain equality instead of the comparator
+  std::int16_t agreement = 0;  ///< 0 to 100
   double weight = 0;
-  std::int32_t added = 0;     ///< change of the running total, rounding included
+  std::int32_t added = 0;  ///< change of the running total, rounding included
 };
 
 class Matcher {

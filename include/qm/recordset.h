@@ -41,7 +41,11 @@ enum CursorType : std::int32_t {
 };
 enum LockType : std::int32_t { kLockReadOnly = 1, kLockPessimistic = 2, kLockOptimistic = 3 };
 enum CursorLocation : std::int32_t { kUseServer = 2, kUseClient = 3 };
-enum CommandOption : std::int32_t { kCommandText = 1, kCommandTable = 2, kCommandTableDirect = 512 };
+enum CommandOption : std::int32_t {
+  kCommandText = 1,
+  kCommandTable = 2,
+  kCommandTableDirect = 512
+};
 enum EditMode : std::int32_t { kEditNone = 0, kEditInProgress = 1, kEditAdd = 2 };
 
 class Recordset : public std::enable_shared_from_this<Recordset> {

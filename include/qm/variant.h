@@ -19,14 +19,14 @@ namespace qm {
 enum class VarType : std::uint16_t {
   kEmpty = 0,
   kNull = 1,
-  kInteger = 2,    ///< 16-bit signed
-  kLong = 3,       ///< 32-bit signed
-  kSingle = 4,     ///< 32-bit floating point
-  kDouble = 5,     ///< 64-bit floating point
-  kCurrency = 6,   ///< fixed point, four decimals
-  kDate = 7,       ///< days since 1899-12-30, with the time of day as fraction
-  kString = 8,     ///< UTF-8
-  kObject = 9,     ///< only Nothing, the reference to no object
+  kInteger = 2,   ///< 16-bit signed
+  kLong = 3,      ///< 32-bit signed
+  kSingle = 4,    ///< 32-bit floating point
+  kDouble = 5,    ///< 64-bit floating point
+  kCurrency = 6,  ///< fixed point, four decimals
+  kDate = 7,      ///< days since 1899-12-30, with the time of day as fraction
+  kString = 8,    ///< UTF-8
+  kObject = 9,    ///< only Nothing, the reference to no object
   kBoolean = 11,
   kByte = 17,      ///< 8-bit unsigned
   kLongLong = 20,  ///< 64-bit signed; only where an engine delivers more than 32 bits
@@ -102,9 +102,9 @@ class Variant {
   friend bool operator==(const Variant& a, const Variant& b);
 
  private:
-  using Storage = std::variant<EmptyValue, NullValue, std::int16_t, std::int32_t, std::int64_t,
-                               std::uint8_t, float, double, bool, Date, Currency, std::string,
-                               NothingValue, ArrayPointer>;
+  using Storage =
+      std::variant<EmptyValue, NullValue, std::int16_t, std::int32_t, std::int64_t, std::uint8_t,
+                   float, double, bool, Date, Currency, std::string, NothingValue, ArrayPointer>;
   explicit Variant(Storage value) : value_(std::move(value)) {}
 
   Storage value_;

@@ -1,0 +1,55 @@
+// SessionState: what one thread's session holds. Created empty at the thread's first use; every
+// class above reaches the databases through it. Written by `QMConnection`, by
+// `OpenGlobalRecordsets` and by the layout loader; read everywhere.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <qm/connection.h>
+#include <qm/recordset.h>
+#include <qm/session.h>
+
+namespace qm {
+
+/// A place for a connection that is never seen empty: reading it while it holds nothing puts a
+/// new, unopened connection there.
+class ConnectionSlot {
+ public:
+  const std::shared_ptr<Connection>& Get();
+  void Set(std::shared_ptr<Connection> connection) { connection_ = std::move(connection); }
+  void Clear() { connection_.reset(); }
+
+ private:
+  std::shared_ptr<Connection> connection_;
+};
+
+/// The recordsets of one family's tables, lower bound 1; none until first dimensioned.
+using GlobalRecordsets = std::optional<std::vector<std::shared_ptr<Recordset>>>;
+
+struct SessionState {
+  ConnectionSlot gcnRegistry;
+  ConnectionSlot gcnControl;
+  ConnectionSlot gcnCatval;
+  ConnectionSlot gcnEdits;
+  ConnectionSlot gcnInprocess;
+  ConnectionSlot gcnTrack;
+  std::string gstrApplicationName;
+  std::string gstrUser;
+  std::string gstrDataAccessType;
+  bool gblnPreserveRecordsets = false;
+  GlobalRecordsets grsAbstracts;
+  GlobalRecordsets grsPatients;
+  GlobalRecordsets grsMedicalSum;
+  /// Comma-separated columns of the three abstract tables, as the last layout load left them.
+  std::array<std::string, 3> AbsTableFieldList;
+};
+
+/// The calling thread's session.
+SessionState& CurrentSession();
+
+}  // namespace qm
