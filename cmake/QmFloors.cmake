@@ -22,8 +22,7 @@ endfunction()
 # Sources include "folder/header.h" of the folders below and <qm/header.h>.
 function(qm_floor folder)
   cmake_parse_arguments(ARG "" "" "USES;LINKS" ${ARGN})
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS
-    ${PROJECT_SOURCE_DIR}/${folder}/*.cpp ${PROJECT_SOURCE_DIR}/${folder}/*.h)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
   if(EXISTS ${PROJECT_SOURCE_DIR}/${folder}/generate.cmake)
     include(${PROJECT_SOURCE_DIR}/${folder}/generate.cmake)
     list(APPEND sources ${QM_GENERATED_SOURCES})
