@@ -1,7 +1,13 @@
-# Runs PROGRAM in an empty FOLDER and fails when it fails.
+# Runs PROGRAM in FOLDER, beside a small registry made with TOOL, and fails when it fails.
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${FOLDER})
-execute_process(COMMAND ${PROGRAM} WORKING_DIRECTORY ${FOLDER} RESULT_VARIABLE result)
-if(NOT result EQUAL 0)
-  message(FATAL_ERROR "${PROGRAM} ended with ${result}")
-endif()
+function(run)
+  execute_process(COMMAND ${ARGV} WORKING_DIRECTORY ${FOLDER} RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "${ARGV} ended with ${result}")
+  endif()
+endfunction()
+run(${TOOL} init -d registry --layout 18)
+run(${TOOL} generate -d registry --patients 1000 --incoming 20 --seed 1)
+run(${TOOL} import -d registry registry/incoming.txt)
+run(${PROGRAM})
