@@ -21,6 +21,8 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
+
 namespace qm {
 
 class Recordset;
@@ -41,7 +43,7 @@ enum IsolationLevel : std::int32_t {
 
 inline constexpr std::int32_t kOptionsUnspecified = -1;
 
-class Connection : public std::enable_shared_from_this<Connection> {
+class QM_API Connection : public std::enable_shared_from_this<Connection> {
  public:
   /// A new, unopened connection of the library's own.
   static std::shared_ptr<Connection> Create();
@@ -106,7 +108,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
 };
 
 /// A transaction that ends with its scope: rolled back unless `Commit` was reached.
-class Transaction {
+class QM_API Transaction {
  public:
   explicit Transaction(std::shared_ptr<Connection> connection);
   ~Transaction();

@@ -8,34 +8,35 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
 #include <qm/variant.h>
 
 namespace qm {
 
-std::int16_t ToInt16(const Variant& value);
-std::int32_t ToInt32(const Variant& value);
-std::uint8_t ToByte(const Variant& value);
-float ToSingle(const Variant& value);
-double ToDouble(const Variant& value);
-Currency ToCurrency(const Variant& value);
-bool ToBool(const Variant& value);
+QM_API std::int16_t ToInt16(const Variant& value);
+QM_API std::int32_t ToInt32(const Variant& value);
+QM_API std::uint8_t ToByte(const Variant& value);
+QM_API float ToSingle(const Variant& value);
+QM_API double ToDouble(const Variant& value);
+QM_API Currency ToCurrency(const Variant& value);
+QM_API bool ToBool(const Variant& value);
 /// The text form: numbers with a point and without blanks, Single with 7 and Double with 15
 /// significant digits, "True"/"False", dates in US short form ("1/2/2020 3:04:05 PM").
 /// Null raises 94, an array or Nothing 13.
-std::string ToText(const Variant& value);
+QM_API std::string ToText(const Variant& value);
 /// As `ToText`, but Null gives the empty string.
-std::string ToTextOrEmpty(const Variant& value);
+QM_API std::string ToTextOrEmpty(const Variant& value);
 
 /// Whether the value is a number, or a text that reads as one, as `IsNumeric` decides: blanks
 /// around, a sign before or after, thousands commas, "$", parentheses, "1e2" and "1d2", "&H10".
-bool IsNumeric(const Variant& value);
+QM_API bool IsNumeric(const Variant& value);
 /// The number that a text reads as, by the same rules; nothing when it does not.
-std::optional<double> ParseNumber(std::string_view text);
+QM_API std::optional<double> ParseNumber(std::string_view text);
 
 /// Nearest whole number, halves to the even neighbour.
-double RoundHalfEven(double value);
+QM_API double RoundHalfEven(double value);
 /// Narrowing with the platform's overflow error (6).
-std::int16_t NarrowInt16(double whole);
-std::int32_t NarrowInt32(double whole);
+QM_API std::int16_t NarrowInt16(double whole);
+QM_API std::int32_t NarrowInt32(double whole);
 
 }  // namespace qm

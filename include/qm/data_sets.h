@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
 #include <qm/naaccr_layout.h>
 #include <qm/record.h>
 #include <qm/recordset.h>
@@ -22,7 +23,7 @@ namespace qm {
 inline constexpr std::int32_t kNoId = -1;
 inline constexpr std::uint16_t kNewestVersion = 65535;
 
-class QMDataSets {
+class QM_API QMDataSets {
  public:
   QMDataSets();
   ~QMDataSets();

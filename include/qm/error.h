@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
+
 namespace qm {
 
 /// The platform's custom-error base, 0x80040000; the library's own numbers count from it.
@@ -55,7 +57,7 @@ enum DataErrorNumber : std::int32_t {
   kErrEngine = -2147467259  ///< could not connect, and anything else of the engine's
 };
 
-class Error : public std::runtime_error {
+class QM_API Error : public std::runtime_error {
  public:
   Error(std::int32_t number, std::string source, const std::string& description,
         int engine_code = 0, std::string statement = {});
@@ -80,10 +82,10 @@ class Error : public std::runtime_error {
 };
 
 /// The platform's usual English description of a run-time error ("Type mismatch").
-std::string_view RunTimeDescription(std::int32_t number);
+QM_API std::string_view RunTimeDescription(std::int32_t number);
 
 /// Raises a run-time error with its usual description; `detail`, when given, is appended as
 /// `: 'detail'` (a name, never a record's value).
-[[noreturn]] void RaiseRunTime(std::int32_t number, std::string_view detail = {});
+[[noreturn]] QM_API void RaiseRunTime(std::int32_t number, std::string_view detail = {});
 
 }  // namespace qm

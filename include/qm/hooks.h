@@ -10,6 +10,8 @@
 #include <functional>
 #include <string>
 
+#include <qm/api.h>
+
 namespace qm {
 
 enum class MessageIcon {
@@ -35,11 +37,11 @@ using MessagePresenter = std::function<MessageAnswer(const Message&)>;
 using Waiter = std::function<void(std::chrono::milliseconds)>;
 
 /// Sets the calling thread's presenter (empty: none) and returns the one it replaces.
-MessagePresenter SetMessagePresenter(MessagePresenter presenter);
+QM_API MessagePresenter SetMessagePresenter(MessagePresenter presenter);
 /// Sets the calling thread's waiter (empty: sleep) and returns the one it replaces.
-Waiter SetWaiter(Waiter waiter);
+QM_API Waiter SetWaiter(Waiter waiter);
 
-MessageAnswer ShowMessage(const Message& message);
-void Wait(std::chrono::milliseconds duration);
+QM_API MessageAnswer ShowMessage(const Message& message);
+QM_API void Wait(std::chrono::milliseconds duration);
 
 }  // namespace qm

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include <qm/api.h>
 #include <qm/connection.h>
 #include <qm/record.h>
 #include <qm/recordset.h>
@@ -40,7 +41,7 @@ struct RuleScore {
   std::int32_t added = 0;  ///< change of the running total, rounding included
 };
 
-class Matcher {
+class QM_API Matcher {
  public:
   Matcher();
   ~Matcher();
@@ -86,6 +87,6 @@ class Matcher {
 /// component. It must be set before the process's first comparison. A path that gives no library
 /// with both functions is an error that names it; without any library the built-in comparator
 /// and Soundex serve.
-void SetComparisonLibrary(std::string_view path);
+QM_API void SetComparisonLibrary(std::string_view path);
 
 }  // namespace qm

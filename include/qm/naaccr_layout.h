@@ -16,6 +16,8 @@
 #include <string_view>
 #include <vector>
 
+#include <qm/api.h>
+
 namespace qm {
 
 enum RecordType : std::int16_t { qmRecordTypeA = 1, qmRecordTypeC = 2, qmRecordTypeI = 3 };
@@ -42,7 +44,7 @@ struct ControlArrays {
   std::vector<std::int16_t> iField_Row;
 };
 
-class NAACCRLayout {
+class QM_API NAACCRLayout {
  public:
   NAACCRLayout();
   ~NAACCRLayout();

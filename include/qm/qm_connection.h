@@ -16,11 +16,12 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
 #include <qm/connection.h>
 
 namespace qm {
 
-class QMConnection {
+class QM_API QMConnection {
  public:
   /// Opens a connection with those time-outs (seconds) and that mode and gives it to the caller.
   /// Any failure is -2147220504, source "QMObjects.QMConnecion.Connect", with the provider's text.

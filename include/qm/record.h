@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include <qm/api.h>
 #include <qm/naaccr_layout.h>
 #include <qm/recordset.h>
 #include <qm/variant.h>
@@ -21,7 +22,7 @@ namespace qm {
 
 class SplitRecord;
 
-class Record {
+class QM_API Record {
  public:
   Record(Record&&) noexcept;
   Record& operator=(Record&&) noexcept;
@@ -54,7 +55,7 @@ class Record {
   std::unique_ptr<SplitRecord> record_;
 };
 
-class Abstract : public Record {
+class QM_API Abstract : public Record {
  public:
   /// A placeholder of the interface: reads give "", writes do nothing.
   std::string FieldByNAACCRNum(std::int16_t Index) const;
@@ -65,7 +66,7 @@ class Abstract : public Record {
   using Record::Record;
 };
 
-class Patient : public Record {
+class QM_API Patient : public Record {
  public:
   /// A placeholder of the interface: reads give Empty, writes do nothing.
   Variant FieldsByNAACCRNum(std::int16_t Index) const;
@@ -76,7 +77,7 @@ class Patient : public Record {
   using Record::Record;
 };
 
-class Tumor : public Record {
+class QM_API Tumor : public Record {
  public:
   /// A placeholder of the interface: reads give Empty, writes do nothing.
   Variant FieldsByNAACCRNum(std::int16_t Index) const;

@@ -28,6 +28,7 @@
 #include <string>
 #include <string_view>
 
+#include <qm/api.h>
 #include <qm/connection.h>
 #include <qm/variant.h>
 
@@ -48,7 +49,7 @@ enum CommandOption : std::int32_t {
 };
 enum EditMode : std::int32_t { kEditNone = 0, kEditInProgress = 1, kEditAdd = 2 };
 
-class Recordset : public std::enable_shared_from_this<Recordset> {
+class QM_API Recordset : public std::enable_shared_from_this<Recordset> {
  public:
   virtual ~Recordset() = default;
   Recordset(const Recordset&) = delete;

@@ -5,11 +5,13 @@
 
 #include <memory>
 
+#include <qm/api.h>
+
 namespace qm {
 
 /// Gives a block a session of its own (connections, global recordsets, column lists), and
 /// puts the thread's former session back at its end. For thread pools and tests.
-class SessionScope {
+class QM_API SessionScope {
  public:
   SessionScope();
   ~SessionScope();

@@ -13,6 +13,8 @@
 #include <variant>
 #include <vector>
 
+#include <qm/api.h>
+
 namespace qm {
 
 /// The platform's type numbers, as `VarType` of an expression reports them.
@@ -46,7 +48,7 @@ struct Currency {
   friend bool operator==(const Currency&, const Currency&) = default;
 };
 
-class Variant {
+class QM_API Variant {
  public:
   struct EmptyValue {
     friend bool operator==(EmptyValue, EmptyValue) { return true; }
@@ -111,6 +113,6 @@ class Variant {
 };
 
 /// The name that `TypeName` of an expression gives the type: "Integer", "String", "Variant()", …
-std::string_view TypeName(VarType type);
+QM_API std::string_view TypeName(VarType type);
 
 }  // namespace qm
