@@ -137,7 +137,7 @@ class QM_API NAACCRLayout {
 
  private:
   friend class LayoutLoader;
-  friend class LayoutLists;
+  friend class LayoutAccess;
   struct State;
   std::unique_ptr<State> state_;
 };
