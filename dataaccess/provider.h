@@ -1,0 +1,130 @@
+// The seam between the connection and recordset, which are written once, and an engine.
+//
+// A provider connects, prepares statements, delivers rows with their columns and their identity,
+// applies one change to one row, and begins and ends transactions. Everything else (positions,
+// edits, error numbers of the recordset, draining of streams, counting of edit locks) stands above.
+//
+// A session belongs to one connection; statements and origins must not outlive their session.
+// Every failure leaves a provider as `qm::Error` with the engine's code: kErrEngineBusy after the
+// time-out, kErrIntegrity, kErrNoSuchTable, kErrStatement, else kErrEngine.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <qm/variant.h>
+
+#include "dataaccess/connection_string.h"
+
+namespace qm {
+
+/// The values of a row: its columns, then the values of its identity, if it has one.
+using Row = std::vector<Variant>;
+using RowIdentity = std::span<const Variant>;
+
+struct Column {
+  std::string name;
+  std::string origin;  ///< the table's column behind it; empty when it cannot be written
+};
+
+/// Where rows come from and how one of them is found again. Made and understood by the provider.
+class RowOrigin {
+ public:
+  virtual ~RowOrigin() = default;
+  virtual std::size_t IdentityWidth() const = 0;  ///< number of identity values
+};
+
+/// What the rows of a statement look like.
+struct RowShape {
+  std::vector<Column> columns;
+  std::shared_ptr<const RowOrigin> origin;  ///< null: the rows have no identity
+};
+
+struct ColumnChange {
+  std::string column;
+  Variant fetched;
+  Variant value;  ///< after a successful update what the engine stored
+};
+
+enum class PageAnchor { kFirst, kLast, kAfter, kBefore, kFrom };
+
+class ProviderStatement {
+ public:
+  virtual ~ProviderStatement() = default;
+  /// Whether it gives rows.
+  virtual bool HasRows() const = 0;
+  /// Whether it may change the database or the state of the transaction.
+  virtual bool Writes() const = 0;
+  /// Runs it, up to its first row.
+  virtual void Start() = 0;
+  /// Valid after `Start`.
+  virtual const RowShape& Shape() const = 0;
+  /// Delivers the next row; false, once and for all, after the last one.
+  virtual bool Next(Row& row) = 0;
+  /// Rows changed by a statement without rows.
+  virtual std::int64_t RowsAffected() const = 0;
+};
+
+class ProviderSession {
+ public:
+  virtual ~ProviderSession() = default;  ///< rolls back and disconnects
+
+  virtual void SetCommandTimeout(std::int32_t seconds) = 0;
+  /// The isolation level that is in force.
+  virtual std::int32_t IsolationLevel() const = 0;
+
+  /// Prepares a caller's statement; `with_identity` asks for the identity of its rows where the
+  /// statement allows it.
+  virtual std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity) = 0;
+  /// The statement that reads a whole table in the order of its key, with identity where it can.
+  virtual std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) = 0;
+  /// The shape of a table's rows, without reading any.
+  virtual RowShape TableShape(std::string_view table) = 0;
+
+  /// The row as it stands now; false when it is gone.
+  virtual bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) = 0;
+  /// At most `count` rows of a table, in the order of its key, before or after an anchor.
+  virtual std::vector<Row> ReadPage(const RowOrigin& origin, PageAnchor anchor,
+                                    RowIdentity identity, int count) = 0;
+  virtual std::int64_t CountRows(const RowOrigin& origin) = 0;
+  /// Writes the changes if every changed column still holds its fetched value; false when not.
+  /// The identity is brought up to date, should the change have touched it.
+  virtual bool UpdateRow(const RowOrigin& origin, std::span<Variant> identity,
+                         std::span<ColumnChange> changes) = 0;
+  /// Inserts a row of those columns and gives its identity.
+  virtual Row InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) = 0;
+
+  virtual void BeginTransaction() = 0;  ///< takes the write lock where the engine has one
+  virtual void CommitTransaction() = 0;
+  virtual void RollbackTransaction() = 0;
+  /// The engine's own view: an engine may roll back by itself after some failures.
+  virtual bool InTransaction() const = 0;
+
+  /// The form in which the engine keeps a value; 3421 for one that it cannot keep.
+  virtual Variant StoredForm(const Variant& value) const = 0;
+
+  std::int64_t statement_count() const { return statement_count_; }
+
+ protected:
+  void CountStatement() { ++statement_count_; }
+
+ private:
+  std::int64_t statement_count_ = 0;
+};
+
+struct SessionSettings {
+  std::int32_t connection_timeout = 15;
+  std::int32_t command_timeout = 30;
+  std::int32_t mode = 0;
+  std::int32_t isolation_level = 0;
+};
+
+/// Opens a session with the provider that the connection string names (3706 when unknown).
+std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
+                                                     const SessionSettings& settings);
+
+}  // namespace qm
