@@ -22,7 +22,7 @@ QM_API Currency ToCurrency(const Variant& value);
 QM_API bool ToBool(const Variant& value);
 /// The text form: numbers with a point and without blanks, Single with 7 and Double with 15
 /// significant digits, "True"/"False", dates in US short form ("1/2/2020 3:04:05 PM").
-/// Null raises 94, an array or Nothing 13.
+/// Null raises 94, an array 13, Nothing 91.
 QM_API std::string ToText(const Variant& value);
 /// As `ToText`, but Null gives the empty string.
 QM_API std::string ToTextOrEmpty(const Variant& value);

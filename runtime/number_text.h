@@ -1,0 +1,27 @@
+// Numbers as text: reading what stands in a field or a literal, and writing values the way the
+// platform shows them, without regard to the machine's locale.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qm {
+
+struct NumberText {
+  double value = 0;
+  /// The digits of a &H or &O text, which a 16- or 32-bit target takes as its bit pattern.
+  std::optional<std::uint64_t> bits;
+};
+
+/// Reads a whole text by the rules of `IsNumeric` (<qm/conversions.h>); nothing when it is no
+/// number. A number too large for a double reads as infinity.
+std::optional<NumberText> ReadNumber(std::string_view text);
+
+/// At most `digits` significant digits, no trailing zeros; exponents as in "1E+15", "1.5E-07".
+std::string RealText(double value, int digits);
+/// Ten-thousandths as an amount: "12.5", "-0.0001".
+std::string ScaledText(std::int64_t ten_thousandths);
+
+}  // namespace qm
