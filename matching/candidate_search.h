@@ -1,0 +1,55 @@
+// The search behind both entry points of `Matcher` and behind the program's `match`: block the
+// patient table with the abstract's values, score every candidate, keep those at the cut-off.
+//
+// The blocking rules are read afresh on every call; the comparison rules and the cut-off are the
+// calling thread's (`Matcher::ReadMatchingParams`). Cost: one statement for the rules, one for the
+// candidates, one scoring a candidate. Nothing is caught here: errors are those of the engine, of
+// the script or of the scoring, and `LastRule` tells which rule was in work.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <qm/connection.h>
+#include <qm/matcher.h>
+#include <qm/recordset.h>
+
+namespace qm {
+
+enum class TieOrder {
+  kRetrieval,  ///< equal scores as the engine delivered the candidates
+  kPatientId   ///< equal scores by PatientID, the same on every engine
+};
+
+struct CandidateOptions {
+  /// Doubles the apostrophes within blocking values, so that O'BRIEN is found; without it such a
+  /// value makes the query fail.
+  bool escape_apostrophes = false;
+  TieOrder ties = TieOrder::kRetrieval;
+  std::optional<std::int16_t> cutoff;  ///< instead of the thread's
+  bool explain = false;                ///< fills `rules` of each candidate
+};
+
+struct Candidate {
+  Match match;
+  std::string lastname;
+  std::string firstname;
+  std::string middlename;
+  std::vector<RuleScore> rules;
+};
+
+/// Candidates at or above the cut-off, best first. `abstract` stands on the abstract's row.
+std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connection,
+                                      const Recordset& abstract, const CandidateOptions& options);
+
+/// The text that clients split: ", " + PatientID + ":" + score for each match.
+std::string MatchText(const std::vector<Match>& matches);
+
+/// The field expression of the rule that the calling thread evaluated last, trimmed; empty before
+/// the first one. After a failed search or scoring: the rule that failed, if one did.
+const std::string& LastRule();
+
+}  // namespace qm

@@ -1,0 +1,33 @@
+// The value of a rule's field expression for one record.
+//
+// A plain column name is looked up in the record. An expression with a parenthesis is a script:
+// `<<name>>` becomes the field's value as a string literal, and the calling thread's script engine
+// evaluates the rest. A value that holds a double quote breaks its literal; whoever writes rules
+// avoids such fields.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <qm/recordset.h>
+
+#include "expression/script_engine.h"
+
+namespace qm {
+
+/// Replaces every `<<name>>` in `expression` by `field(name)` between double quotes. All
+/// occurrences of one name go in one pass. Text that the replacement brings in is scanned again.
+/// An endless rewriting, which a value with ">>" in it can cause, is a syntax error (1002).
+void SubstituteFields(std::string& expression,
+                      const std::function<std::string(std::string_view name)>& field);
+
+/// The value of `expression`, which is rewritten in place, for the row that `record` stands on;
+/// always between single quotes. Errors of the look-up (3265) and of the script pass through.
+std::string EvaluateMatchField(std::string& expression, const Recordset& record);
+
+/// The calling thread's script engine, made at its first use: the object "Functions" with the
+/// member `Soundex` is added with its members global.
+const ScriptEngine& MatchScriptEngine();
+
+}  // namespace qm
