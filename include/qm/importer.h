@@ -27,6 +27,8 @@
 #include <memory>
 #include <string>
 
+#include <qm/api.h>
+
 namespace qm {
 
 /// How far an import has come; bytes are those of the text, after decompression.
@@ -57,7 +59,7 @@ struct ImportSummary {
   std::filesystem::path rejects;  ///< empty when no line was rejected
 };
 
-class Importer {
+class QM_API Importer {
  public:
   explicit Importer(ImportOptions options = {});
   ~Importer();

@@ -1,0 +1,98 @@
+#include "datasets/import_source.h"
+
+#include <qm/error.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include "datasets/import_digest.h"
+#include "datasets/import_text.h"
+
+namespace qm {
+
+namespace {
+
+constexpr unsigned kBufferSize = 256U * 1024U;
+
+}  // namespace
+
+void RaiseFile(std::int32_t number, const std::filesystem::path& file, const std::string& what) {
+  throw Error(number, "QMDataObjects2", file.string() + ": " + what);
+}
+
+struct TextSource::Handle {
+  gzFile file = nullptr;
+  Handle() = default;
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  ~Handle() {
+    if (file != nullptr) gzclose_r(file);
+  }
+};
+
+TextSource::TextSource(std::filesystem::path file)
+    : file_(std::move(file)), handle_(std::make_unique<Handle>()) {
+  std::error_code failure;
+  const auto status = std::filesystem::status(file_, failure);
+  if (status.type() == std::filesystem::file_type::not_found) {
+    RaiseFile(kErrFileNotFound, file_, "no such file");
+  }
+  // It is read more than once, which a pipe cannot be.
+  if (!std::filesystem::is_regular_file(status)) {
+    RaiseFile(kErrPathAccess, file_, "not a regular file");
+  }
+  handle_->file = gzopen(file_.string().c_str(), "rb");
+  if (handle_->file == nullptr) RaiseFile(kErrPathAccess, file_, "cannot be opened");
+  gzbuffer(handle_->file, kBufferSize);
+}
+
+TextSource::~TextSource() = default;
+
+std::size_t TextSource::Read(char* buffer, std::size_t size) {
+  const int count = gzread(handle_->file, buffer, static_cast<unsigned>(size));
+  if (count == static_cast<int>(size)) return size;
+  int code = Z_OK;
+  gzerror(handle_->file, &code);
+  if (code == Z_BUF_ERROR) RaiseFile(kErrFileFormat, file_, "the gzip data end too early");
+  if (code == Z_DATA_ERROR) RaiseFile(kErrFileFormat, file_, "the gzip data are damaged");
+  if (count < 0 || code != Z_OK) RaiseFile(kErrDevice, file_, "cannot be read");
+  return static_cast<std::size_t>(count);
+}
+
+void TextSource::Seek(std::int64_t offset) {
+  if (gzseek(handle_->file, static_cast<z_off_t>(offset), SEEK_SET) != offset) {
+    RaiseFile(kErrDevice, file_, "cannot be read");
+  }
+}
+
+TextScan ScanText(const std::filesystem::path& file) {
+  TextSource source(file);
+  TextScan scan;
+  Digest digest;
+  Utf8Check utf8;
+  std::int64_t line = 1;
+  std::vector<char> buffer(kBufferSize);
+  while (const std::size_t count = source.Read(buffer.data(), buffer.size())) {
+    const std::string_view bytes(buffer.data(), count);
+    if (scan.size == 0 && bytes.starts_with("\xEF\xBB\xBF")) scan.start = 3;
+    if (const auto nul = bytes.find('\0'); nul != std::string_view::npos) {
+      line += std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
+      RaiseFile(kErrFileFormat, file,
+                "line " + std::to_string(line) + ": a NUL byte; this is no text file");
+    }
+    line += std::count(bytes.begin(), bytes.end(), '\n');
+    digest.Update(bytes);
+    utf8.Update(bytes);
+    scan.size += static_cast<std::int64_t>(count);
+  }
+  scan.digest = digest.Finish();
+  scan.utf8 = utf8.Complete();
+  return scan;
+}
+
+}  // namespace qm
