@@ -1,0 +1,118 @@
+#include "datasets/base_id.h"
+
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+
+#include <qm/conversions.h>
+#include <qm/error.h>
+#include <qm/hooks.h>
+#include <qm/recordset.h>
+
+#include "session/session_state.h"
+
+namespace qm {
+
+namespace {
+
+constexpr std::chrono::milliseconds kPause(500);
+constexpr int kLastSilentRetry = 5;
+
+// Continue-on-error mode: a step that fails is remembered, and the next one runs all the same.
+class ErrorState {
+ public:
+  template <typename Step>
+  void Run(Step&& step) {
+    try {
+      step();
+    } catch (const Error& failure) {
+      number_ = failure.number();
+      description_ = failure.description();
+    }
+  }
+  void Clear() { *this = {}; }
+  bool Failed() const { return number_ != 0; }
+  std::string Text() const { return description_ + "(" + std::to_string(number_) + ")"; }
+
+ private:
+  std::int32_t number_ = 0;
+  std::string description_;
+};
+
+// The random part drives competing users apart.
+void WaitForTheOthers() {
+  thread_local std::mt19937 source(std::random_device{}());
+  const double part =
+      static_cast<double>(source()) / (static_cast<double>(std::mt19937::max()) + 1);
+  Wait(kPause);
+  Wait(std::chrono::milliseconds(std::lround(RoundHalfEven(part * 500))));
+}
+
+Variant PlusOne(const Variant& value) {
+  if (value.IsNull()) return value;
+  const double next = ToDouble(value) + 1;
+  const bool is_long =
+      next == std::floor(next) && std::abs(next) <= std::numeric_limits<std::int32_t>::max();
+  return is_long ? Variant(static_cast<std::int32_t>(next)) : Variant(next);
+}
+
+bool AskToRetry(std::string_view counter, const ErrorState& error) {
+  return ShowMessage({.text = "Cannot lock BASEIDs table to update " + std::string(counter) +
+                              ".\r\nDo you want to retry?Error: " + error.Text(),
+                      .buttons = MessageButtons::kYesNo,
+                      .title = "Velmora"}) == MessageAnswer::kYes;
+}
+
+}  // namespace
+
+// Whether a pass after the sixth retry succeeded is not looked at: the user is asked even so.
+std::int32_t GetNextBaseID(std::string_view strTable) {
+  const std::string sql =
+      "select BaseID from BaseIDs where BaseIDName='" + std::string(strTable) + "'";
+  const auto& registry = CurrentSession().gcnRegistry.Get();
+  const std::shared_ptr<Recordset> counter = registry->CreateRecordset();
+  std::int32_t result = 0;
+  std::int16_t retries = 0;
+  ErrorState error;
+  const auto start_again = [&] {
+    ErrorState unheeded;
+    unheeded.Run([&] { counter->CancelUpdate(); });
+    unheeded.Run([&] { counter->Close(); });
+    error.Clear();
+    WaitForTheOthers();
+  };
+  for (;;) {
+    error.Run(
+        [&] { counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified); });
+    bool at_end = false;
+    error.Run([&] { at_end = counter->Eof(); });
+    if (at_end) {
+      result = 0;
+      break;
+    }
+    error.Run([&] { counter->SetValue("BaseID", PlusOne(counter->Value("BaseID"))); });
+    error.Run([&] { result = ToInt32(counter->Value("BaseID")); });
+    error.Run([&] { counter->Update(); });
+    if (retries <= kLastSilentRetry) {
+      if (!error.Failed()) break;
+      ++retries;
+      start_again();
+      continue;
+    }
+    error.Run([&] { counter->Close(); });
+    if (!AskToRetry(strTable, error)) {
+      result = -1;
+      break;
+    }
+    retries = 0;
+    start_again();
+  }
+  ErrorState unheeded;
+  unheeded.Run([&] { counter->Close(); });
+  return result;
+}
+
+}  // namespace qm

@@ -1,0 +1,70 @@
+// SplitRecord: what the three record classes share. One logical record whose columns are spread
+// over the numbered tables of a family; table 1 is the primary one, which drives navigation.
+//
+// Order of calls: make it with its layout, attach the recordsets (the primary one open), then read
+// and write fields. Whoever moves the primary recordset calls `PrimaryMoved`; from then on each
+// secondary table is re-queried for the new key before its next use, once. A secondary table that
+// was never asked for costs nothing.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <qm/naaccr_layout.h>
+#include <qm/recordset.h>
+#include <qm/variant.h>
+
+#include "records/record_family.h"
+
+namespace qm {
+
+class SplitRecord {
+ public:
+  using RecordsetList = std::vector<std::shared_ptr<qm::Recordset>>;
+
+  SplitRecord(const RecordFamily& family, std::shared_ptr<NAACCRLayout> layout);
+
+  /// Element 0 is table 1. Fills the text array unless the primary recordset is at its end.
+  void AttachRecordsets(RecordsetList recordsets);
+  /// Marks every secondary table stale.
+  void PrimaryMoved();
+  /// The text array from the memo of the primary recordset's current row.
+  void RefillTexts();
+
+  Variant Fields(const Variant& vFieldIndex);
+  void SetFields(const Variant& vFieldIndex, const Variant& value);
+  Variant FieldByIndex(std::int16_t iFieldIndex);
+  void SetFieldByIndex(std::int16_t iFieldIndex, const Variant& value);
+  Variant FieldByName(std::string_view strFieldName);
+  void SetFieldByName(std::string_view strFieldName, const Variant& value);
+  std::shared_ptr<qm::Recordset> Recordset(std::int16_t Index);
+  RecordsetList Recordsets();
+  std::int16_t FieldTableNo(std::int16_t Index) const;
+
+  /// The table of a column: the family's own columns, then the layout's; 0 when unknown.
+  int getTable(std::string_view name) const;
+
+  bool AutoFormatValues() const { return auto_format_values_; }
+  void SetAutoFormatValues(bool value) { auto_format_values_ = value; }
+
+ private:
+  qm::Recordset& Current(int table);
+  void Open(qm::Recordset& recordset, int table);
+  bool IsTextField(std::int16_t index) const;
+  int FieldTable(std::int16_t index) const;
+  std::string Padded(std::string_view value, std::int16_t index) const;
+  void SplitMemo(std::string memo);
+
+  const RecordFamily* family_;
+  std::shared_ptr<NAACCRLayout> layout_;
+  std::shared_ptr<const ControlArrays> fields_;
+  RecordsetList recordsets_;
+  std::vector<bool> stale_;
+  std::vector<std::string> texts_;  ///< element 0 is unused
+  bool auto_format_values_ = false;
+};
+
+}  // namespace qm
