@@ -1,1 +1,65 @@
-int main() { return 2; }
+// The program `qm`: reads the command line, runs the command, tells what failed.
+#include <qm/error.h>
+
+#include <csignal>
+#include <iostream>
+
+#include "tool/report_error.h"
+#include "tool/tool.h"
+
+namespace {
+
+using namespace qm::tool;
+
+constexpr AddFunction kCommands[] = {AddImport, AddMatch,   AddLayout,
+                                     AddEval,   AddCompare, AddSoundex};
+
+int Run(int argc, char** argv) {
+  Tool tool;
+  CLI::App app(
+      "Cancer registry on a relational database: takes NAACCR records in and finds the\n"
+      "registered patients that may be the same person.");
+  app.name("qm");
+  app.require_subcommand(1);
+  app.allow_windows_style_options(false);
+  app.set_version_flag("--version", QM_VERSION);
+  app.footer("qm COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
+  for (const AddFunction add : kCommands) add(app, tool);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const int code = app.exit(error, std::cout, std::cerr);
+    if (code == 0) RequireWritten(std::cout);
+    return code == 0 ? kDone : kUsage;
+  }
+
+  try {
+    tool.run();
+    RequireWritten(std::cout);
+    return kDone;
+  } catch (const qm::Error& error) {
+    std::cout.flush();
+    std::cerr << "qm: " << DescribeError(error, tool) << '\n';
+  } catch (const std::exception& error) {
+    std::cout.flush();
+    std::cerr << "qm: " << (tool.doing ? tool.doing() + ": " : "") << error.what() << '\n';
+  }
+  return kFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+#ifdef SIGPIPE
+  // A reader that went away is then an error of writing like any other.
+  std::signal(SIGPIPE, SIG_IGN);
+#endif
+  std::ios::sync_with_stdio(false);
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << "qm: " << error.what() << '\n';
+    return kFailed;
+  }
+}

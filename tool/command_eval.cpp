@@ -1,0 +1,73 @@
+// qm eval: the value of a rule expression.
+#include <qm/conversions.h>
+#include <qm/error.h>
+
+#include <iostream>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "matching/match_field.h"
+#include "runtime/text.h"
+#include "tool/tool.h"
+
+namespace qm::tool {
+
+namespace {
+
+struct Arguments {
+  std::string expression;
+  std::vector<std::string> fields;
+};
+
+std::string HasName(const std::string& field) {
+  const auto equals = field.find('=');
+  return equals == std::string::npos || equals == 0 ? "FIELD=VALUE is expected" : "";
+}
+
+std::string FieldValue(const std::vector<std::string>& fields, std::string_view name) {
+  for (const std::string& field : fields) {
+    const auto equals = field.find('=');
+    if (EqualsIgnoreCase(std::string_view(field).substr(0, equals), name)) {
+      return field.substr(equals + 1);
+    }
+  }
+  throw Error(kErrNoSuchItem, "qm eval", "no value is given for field '" + std::string(name) + "'");
+}
+
+std::string ValueText(const Variant& value) {
+  if (value.IsNull()) return "Null";
+  if (value.Type() == VarType::kObject) return "Nothing";
+  if (!value.IsArray()) return ToText(value);
+  std::string text;
+  for (const Variant& element : value.Elements()) {
+    if (&element != &value.Elements().front()) text += ',';
+    text += ValueText(element);
+  }
+  return text;
+}
+
+void Eval(const Arguments& arguments) {
+  std::string expression = arguments.expression;
+  SubstituteFields(expression, [&arguments](std::string_view name) {
+    return FieldValue(arguments.fields, name);
+  });
+  const Variant value = MatchScriptEngine().Eval(expression);
+  std::cout << TypeName(value.Type()) << '\t' << ValueText(value) << '\n';
+}
+
+}  // namespace
+
+void AddEval(CLI::App& app, Tool& tool) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = AddCommand(app, tool, "eval",
+                                 "print type and value of a rule expression; one that begins with "
+                                 "a minus stands after --");
+  command->add_option("EXPR", arguments->expression, "the expression; <<FIELD>> is a field")
+      ->required();
+  command->add_option("FIELD", arguments->fields, "FIELD=VALUE: values of the fields")
+      ->check(HasName);
+  command->callback([arguments, &tool] { tool.run = [arguments] { Eval(*arguments); }; });
+}
+
+}  // namespace qm::tool

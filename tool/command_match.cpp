@@ -1,0 +1,179 @@
+// qm match: for an abstract, or for all, the registered patients that may be the same person.
+#include <qm/conversions.h>
+#include <qm/error.h>
+#include <qm/matcher.h>
+#include <qm/recordset.h>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "matching/candidate_search.h"
+#include "tool/databases.h"
+#include "tool/terminal.h"
+#include "tool/tool.h"
+
+namespace qm::tool {
+
+namespace {
+
+struct Arguments {
+  std::optional<std::int32_t> abstract;
+  bool all = false;
+  std::optional<std::int16_t> cutoff;
+  bool explain = false;
+};
+
+std::vector<Column> Columns(bool explain) {
+  std::vector<Column> columns = {{"AbsRefID", true},          {"Rank", true},
+                                 {"PatientID", true},         {"Score", true},
+                                 {"LastName", false},         {"FirstName", false},
+                                 {"MiddleName", false},       {"PatientLastName", false},
+                                 {"PatientFirstName", false}, {"PatientMiddleName", false}};
+  if (explain) {
+    columns.insert(columns.end(), {{"Rule", false},
+                                   {"AbstractValue", false},
+                                   {"PatientValue", false},
+                                   {"Comparison", false},
+                                   {"Agreement", true},
+                                   {"Weight", true},
+                                   {"Added", true}});
+  }
+  return columns;
+}
+
+std::string Decimal(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", value);
+  return text;
+}
+
+std::vector<std::string> RuleCells(const RuleScore& rule) {
+  return {rule.expression,
+          rule.abstract_value,
+          rule.patient_value,
+          rule.skipped ? "skipped"
+          : rule.exact ? "exact"
+                       : "approximate",
+          rule.skipped ? "" : std::to_string(rule.agreement),
+          Decimal(rule.weight),
+          std::to_string(rule.added)};
+}
+
+// The pair's own cells stand on its first line only where people read.
+void WriteCandidate(ResultWriter& results, Format format, std::vector<std::string> pair,
+                    const std::vector<RuleScore>& rules) {
+  if (rules.empty()) results.Row(pair);
+  for (const RuleScore& rule : rules) {
+    std::vector<std::string> cells = pair;
+    for (std::string& cell : RuleCells(rule)) cells.push_back(std::move(cell));
+    results.Row(std::move(cells));
+    if (format == Format::kTable) pair.assign(pair.size(), "");
+  }
+}
+
+class MatchCommand {
+ public:
+  MatchCommand(const Arguments& arguments, Tool& tool)
+      : arguments_(arguments),
+        tool_(tool),
+        results_(std::cout, tool.settings.format, Columns(arguments.explain)) {}
+
+  void Run() {
+    const auto registry = OpenDatabase(tool_, Database::kRegistry);
+    const Settings& settings = tool_.settings;
+    const auto matching =
+        settings.matching.empty() ? registry : OpenDatabase(tool_, Database::kMatching);
+    tool_.doing = [] { return "reading the matching rules"; };
+    Matcher().ReadMatchingParams(ConnectionStringOf(settings, Database::kMatching));
+    const auto id = std::make_shared<std::int32_t>(0);
+    tool_.doing = [id] {
+      const std::string rule = LastRule().empty() ? "" : ", rule " + LastRule();
+      return "matching abstract " + std::to_string(*id) + rule;
+    };
+
+    const auto abstracts = registry->CreateRecordset();
+    abstracts->Open("SELECT * FROM Abstracts" + Selection(), registry, kOpenForwardOnly,
+                    kLockReadOnly);
+    if (arguments_.abstract && abstracts->Eof()) {
+      tool_.doing = nullptr;
+      throw Error(kErrNoCurrentRecord, "qm match",
+                  "abstract " + std::to_string(*arguments_.abstract) + " does not exist");
+    }
+    ProgressBar bar("matching");
+    const std::int64_t total = CountAbstracts(registry);
+    std::int64_t done = 0;
+    for (const Recordset& abstract : abstracts->Rows()) {
+      *id = ToInt32(abstract.Value("AbsRefID"));
+      WriteMatches(matching, abstract, *id);
+      bar.Show(++done, total);
+    }
+    results_.Finish();
+  }
+
+ private:
+  std::string Selection() const {
+    return arguments_.abstract ? " WHERE AbsRefID = " + std::to_string(*arguments_.abstract)
+                               : " ORDER BY AbsRefID";
+  }
+
+  std::int64_t CountAbstracts(const std::shared_ptr<Connection>& registry) const {
+    if (arguments_.abstract) return 1;
+    return ToInt32(registry->Execute("SELECT count(*) FROM Abstracts")->Value(0));
+  }
+
+  void WriteMatches(const std::shared_ptr<Connection>& matching, const Recordset& abstract,
+                    std::int32_t id) {
+    CandidateOptions options;
+    options.escape_apostrophes = true;
+    options.ties = TieOrder::kPatientId;
+    options.cutoff = arguments_.cutoff;
+    options.explain = arguments_.explain;
+    int rank = 0;
+    for (const Candidate& candidate : FindCandidates(matching, abstract, options)) {
+      WriteCandidate(
+          results_, tool_.settings.format,
+          {std::to_string(id), std::to_string(++rank), std::to_string(candidate.match.patient_id),
+           std::to_string(candidate.match.score), ToTextOrEmpty(abstract.Value("LastName")),
+           ToTextOrEmpty(abstract.Value("FirstName")), ToTextOrEmpty(abstract.Value("MiddleName")),
+           candidate.lastname, candidate.firstname, candidate.middlename},
+          candidate.rules);
+    }
+  }
+
+  const Arguments& arguments_;
+  Tool& tool_;
+  ResultWriter results_;
+};
+
+}  // namespace
+
+void AddMatch(CLI::App& app, Tool& tool) {
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* command = AddCommand(
+      app, tool, "match",
+      "list for an abstract, or for all, the registered patients that may be the same person");
+  AddDatabaseOptions(*command, tool, true);
+  AddFormatOption(*command, tool);
+  auto* abstract =
+      command->add_option("--abstract", arguments->abstract, "identifier of one abstract")
+          ->type_name("ID");
+  auto* all = command->add_flag("--all", arguments->all, "every abstract, in the order of import");
+  abstract->excludes(all);
+  command
+      ->add_option("--cutoff", arguments->cutoff,
+                   "least score that is listed; default: the one kept with the rules")
+      ->type_name("N");
+  command->add_flag("--explain", arguments->explain,
+                    "for each pair what each rule compared and added");
+  command->callback([arguments, &tool] {
+    RequireDatabase(tool.settings, Database::kRegistry);
+    if (!arguments->abstract && !arguments->all) {
+      throw CLI::RequiredError("--abstract ID or --all");
+    }
+    tool.run = [arguments, &tool] { MatchCommand(*arguments, tool).Run(); };
+  });
+}
+
+}  // namespace qm::tool

@@ -1,0 +1,81 @@
+#include "tool/report_error.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "runtime/text.h"
+
+namespace qm::tool {
+
+namespace {
+
+// Opening a database sends no values: what went wrong there is always told.
+constexpr std::string_view kConnectSource = "QMObjects.QMConnecion.Connect";
+
+// The program's own words for an engine's failure, which hold no value of a record.
+std::string PlainText(std::int32_t number) {
+  switch (number) {
+    case kErrEngineBusy:
+      return "the database is in use by another user, who holds a lock";
+    case kErrNoSuchTable:
+      return "the database has no such table";
+    case kErrStatement:
+      return "the database engine refused the statement";
+    case kErrIntegrity:
+      return "a key or another rule of the database would be violated";
+    case kErrRowChanged:
+      return "another user changed the row since it was read";
+    default:
+      return "the database engine failed";
+  }
+}
+
+}  // namespace
+
+std::string TableOf(std::string_view statement) {
+  std::string previous;
+  for (std::size_t i = 0; i < statement.size();) {
+    const auto is_name = [](char c) {
+      const auto byte = static_cast<unsigned char>(c);
+      return std::isalnum(byte) != 0 || c == '_' || byte >= 0x80U;
+    };
+    if (!is_name(statement[i])) {
+      ++i;
+      continue;
+    }
+    const auto end = std::find_if_not(statement.begin() + static_cast<std::ptrdiff_t>(i),
+                                      statement.end(), is_name) -
+                     statement.begin();
+    const std::string word(statement.substr(i, static_cast<std::size_t>(end) - i));
+    if (previous == "FROM" || previous == "INTO" || previous == "UPDATE" || previous == "TABLE") {
+      return word;
+    }
+    previous = UpperCase(word);
+    i = static_cast<std::size_t>(end);
+  }
+  return {};
+}
+
+std::string DescribeError(const Error& error, const Tool& tool) {
+  std::string text;
+  if (tool.doing) text += tool.doing() + ": ";
+  text += "error " + std::to_string(error.number()) + " (" + error.source() + "): ";
+  const bool plain = error.engine_code() != 0 && error.source() != kConnectSource;
+  text += plain ? PlainText(error.number()) : error.description();
+  if (const std::string table = TableOf(error.statement()); !table.empty()) {
+    text += "; table " + table;
+  }
+  if (plain) {
+    if (tool.settings.verbose) {
+      text += "\n  engine (" + std::to_string(error.engine_code()) + "): " + error.description();
+    } else {
+      text += "; --verbose shows what the engine says";
+    }
+  }
+  if (tool.settings.verbose && !error.statement().empty()) {
+    text += "\n  statement: " + error.statement();
+  }
+  return text;
+}
+
+}  // namespace qm::tool
