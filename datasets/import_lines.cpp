@@ -37,28 +37,29 @@ bool LineReader::Next(RawLine& line) {
   if (in_overlong_) Rest([](std::string_view) {});
   std::size_t searched = 0;
   std::size_t newline = std::string_view::npos;
+  // One byte more than a line may have, for the CR of its end.
   while ((newline = Buffered().find('\n', searched)) == std::string_view::npos &&
-         Buffered().size() <= kMaxLineBytes) {
+         Buffered().size() <= kMaxLineBytes + 1) {
     searched = Buffered().size();
     if (!Fill()) break;
   }
   const std::string_view bytes = Buffered();
   if (bytes.empty()) return false;
   line.number = ++lines_;
-  line.overlong = false;
-  if (newline == std::string_view::npos ? bytes.size() > kMaxLineBytes : newline > kMaxLineBytes) {
-    line.overlong = in_overlong_ = true;
+  const bool ended = newline != std::string_view::npos;
+  const std::size_t whole = ended ? newline + 1 : bytes.size();
+  std::size_t length = ended ? newline : bytes.size();
+  if (ended && length > 0 && bytes[length - 1] == '\r') --length;
+  line.overlong = in_overlong_ = length > kMaxLineBytes;
+  if (line.overlong) {
     line.bytes = bytes.substr(0, kMaxLineBytes);
     line.end = {};
     Take(kMaxLineBytes);
-    return true;
+  } else {
+    line.bytes = bytes.substr(0, length);
+    line.end = bytes.substr(length, whole - length);
+    Take(whole);
   }
-  const std::size_t whole = newline == std::string_view::npos ? bytes.size() : newline + 1;
-  std::size_t length = newline == std::string_view::npos ? bytes.size() : newline;
-  if (newline != std::string_view::npos && length > 0 && bytes[length - 1] == '\r') --length;
-  line.bytes = bytes.substr(0, length);
-  line.end = bytes.substr(length, whole - length);
-  Take(whole);
   return true;
 }
 

@@ -26,6 +26,12 @@ int Run(int argc, char** argv) {
   app.footer("qm COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   for (const AddFunction add : kCommands) add(app, tool);
 
+  const std::string first = argc > 1 ? argv[1] : "";
+  const auto named = [&first](const CLI::App* command) { return command->check_name(first); };
+  if (!first.empty() && first[0] != '-' && app.get_subcommands(named).empty()) {
+    std::cerr << "qm: unknown command '" << first << "'\nRun with --help for more information.\n";
+    return kUsage;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

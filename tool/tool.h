@@ -8,7 +8,6 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
-#include <map>
 #include <string>
 
 #include "tool/result_writer.h"
@@ -48,10 +47,16 @@ inline CLI::App* AddCommand(CLI::App& app, Tool& tool, const std::string& name,
 }
 
 inline void AddFormatOption(CLI::App& command, Tool& tool) {
-  static const std::map<std::string, Format> formats = {
-      {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
-  command.add_option("--format", tool.settings.format, "how results are printed: table, csv, json")
-      ->transform(CLI::Transformer(formats, CLI::ignore_case))
+  command
+      .add_option_function<std::string>(
+          "--format",
+          [&tool](const std::string& name) {
+            tool.settings.format = name == "csv"    ? Format::kCsv
+                                   : name == "json" ? Format::kJson
+                                                    : Format::kTable;
+          },
+          "how results are printed: table (default), csv or json")
+      ->check(CLI::IsMember({"table", "csv", "json"}))
       ->type_name("FORMAT");
 }
 
