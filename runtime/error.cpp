@@ -28,10 +28,16 @@ std::string_view RunTimeDescription(std::int32_t number) {
       return "Division by zero";
     case kErrTypeMismatch:
       return "Type mismatch";
+    case kErrStringSpace:
+      return "Out of string space";
+    case kErrStackSpace:
+      return "Out of stack space";
     case kErrObjectNotSet:
       return "Object variable not set";
     case kErrInvalidUseOfNull:
       return "Invalid use of Null";
+    case kErrObjectRequired:
+      return "Object required";
     case kErrNoSuchMember:
       return "Object doesn't support this property or method";
     case kErrWrongArgumentCount:

@@ -26,8 +26,11 @@ enum RunTimeErrorNumber : std::int32_t {
   kErrSubscript = 9,
   kErrDivisionByZero = 11,
   kErrTypeMismatch = 13,
+  kErrStringSpace = 14,
+  kErrStackSpace = 28,
   kErrObjectNotSet = 91,
   kErrInvalidUseOfNull = 94,
+  kErrObjectRequired = 424,
   kErrNoSuchMember = 438,
   kErrWrongArgumentCount = 450,
   kErrKeyInUse = 457,
@@ -52,6 +55,7 @@ enum DataErrorNumber : std::int32_t {
   kErrIntegrity = -2147217873,  ///< a constraint would be violated
   kErrNoSuchTable = -2147217865,
   kErrRowChanged = -2147217864,  ///< another user changed the row since it was read
+  kErrRowDeleted = -2147217885,  ///< the row that a keyset stands on is gone
   kErrNestedTransaction = -2147168237,
   kErrNoTransaction = -2147168242,
   kErrEngine = -2147467259  ///< could not connect, and anything else of the engine's
