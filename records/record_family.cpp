@@ -1,7 +1,6 @@
 #include "records/record_family.h"
 
 #include <algorithm>
-#include <array>
 
 #include "runtime/text.h"
 
@@ -9,23 +8,20 @@ namespace qm {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+constexpr std::string_view kAbstractPrefixes[] = {"HELDFOR", "PROJECT"};
+constexpr std::string_view kProjectPrefix[] = {"PROJECT"};
 
-constexpr std::array kAbstractPrefixes = {"HELDFOR"sv, "PROJECT"sv};
-constexpr std::array kProjectPrefix = {"PROJECT"sv};
-
-constexpr std::array kAbstractColumns = {
-    "EDITORINIT"sv,  "DATEEDITED"sv,  "DATECREATED"sv, "DATEOFFLOADED"sv, "COMPLETED"sv,
-    "REMARKS"sv,     "STATUS1"sv,     "STATUS2"sv,     "STATUS3"sv,       "STATUSDATE1"sv,
-    "STATUSDATE2"sv, "STATUSDATE3"sv, "NAMEX"sv,       "MEDREFID"sv,      "ABSREFID"sv};
-constexpr std::array kPatientColumns = {"DATECREATED"sv, "DATEEDITED"sv,  "NAMEX"sv,
-                                        "REMARKS"sv,     "SOUNDEX"sv,     "STATUS1"sv,
-                                        "STATUS2"sv,     "STATUS3"sv,     "CONSOLIDATELOGID"sv,
-                                        "STATUSDATE1"sv, "STATUSDATE2"sv, "STATUSDATE3"sv};
-constexpr std::array kTumorColumns = {"EDITORINIT"sv,  "DATEEDITED"sv,  "REMARKS"sv,
-                                      "MEDREFID"sv,    "DATECREATED"sv, "STATUS1"sv,
-                                      "STATUS2"sv,     "STATUS3"sv,     "CONSOLIDATELOGID"sv,
-                                      "STATUSDATE1"sv, "STATUSDATE2"sv, "STATUSDATE3"sv};
+constexpr std::string_view kAbstractColumns[] = {
+    "EDITORINIT",  "DATEEDITED",  "DATECREATED", "DATEOFFLOADED", "COMPLETED",
+    "REMARKS",     "STATUS1",     "STATUS2",     "STATUS3",       "STATUSDATE1",
+    "STATUSDATE2", "STATUSDATE3", "NAMEX",       "MEDREFID",      "ABSREFID"};
+constexpr std::string_view kPatientColumns[] = {"DATECREATED", "DATEEDITED",  "NAMEX",
+                                                "REMARKS",     "SOUNDEX",     "STATUS1",
+                                                "STATUS2",     "STATUS3",     "CONSOLIDATELOGID",
+                                                "STATUSDATE1", "STATUSDATE2", "STATUSDATE3"};
+constexpr std::string_view kTumorColumns[] = {
+    "EDITORINIT", "DATEEDITED", "REMARKS",          "MEDREFID",    "DATECREATED", "STATUS1",
+    "STATUS2",    "STATUS3",    "CONSOLIDATELOGID", "STATUSDATE1", "STATUSDATE2", "STATUSDATE3"};
 
 constexpr std::size_t kPrefixLength = 7;
 
