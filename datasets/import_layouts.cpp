@@ -44,6 +44,8 @@ std::int32_t VersionNumber(std::string_view name) {
   return failure == std::errc() && whole ? version : -1;
 }
 
+std::uint16_t Number(std::int32_t version) { return static_cast<std::uint16_t>(version); }
+
 }  // namespace
 
 std::int32_t ImportLayout::RecordLength(std::string_view type) const {
@@ -52,10 +54,24 @@ std::int32_t ImportLayout::RecordLength(std::string_view type) const {
   return type == "A" || type == "M" ? abstract_length_ : 0;
 }
 
+// False when the control database describes no records of this version.
+bool ImportLayout::ReadVersion() {
+  const auto row = OpenControl("SELECT * FROM [NAACCR Versions] WHERE VersionID = '" +
+                               std::to_string(version) + "'");
+  if (row->Eof()) return false;
+  abstract_length_ = ToInt16(row->Value("LenAbstract"));
+  confidential_length_ = ToInt16(row->Value("LenConfidential"));
+  incidence_length_ = ToInt16(row->Value("LenIncidence"));
+  version_column = ToInt16(row->Value("ColVersionID"));
+  record_type_column = ToInt16(row->Value("ColRecType"));
+  row->Close();
+  return true;
+}
+
 QMDataSets& ImportLayout::DataSets() {
   if (!layout_) {
     data_sets_ = std::make_unique<QMDataSets>();
-    layout_ = data_sets_->GetNAACCRLayout(static_cast<std::uint16_t>(version));
+    layout_ = data_sets_->GetNAACCRLayout(Number(version));
   }
   return *data_sets_;
 }
@@ -66,7 +82,7 @@ const NAACCRLayout& ImportLayout::Layout() {
 }
 
 ImportLayouts::ImportLayouts(std::string_view version) {
-  const std::int32_t wanted = version.empty() ? -1 : VersionNumber(version);
+  const std::int32_t wanted = version.empty() ? kNewestVersion : VersionNumber(version);
   const auto parameters = OpenControl("SELECT * FROM NAACCRParameters ORDER BY NAACCRVersion desc");
   if (parameters->Eof()) QMDataSets().GetNAACCRLayout();  // raises what it raises without layouts
   for (const Recordset& row : parameters->Rows()) {
@@ -82,17 +98,8 @@ ImportLayouts::ImportLayouts(std::string_view version) {
     throw Error(kNoVersion, "NAACCRLayout",
                 "NAACCR Version " + std::string(version) + " not found in the control database.");
   }
-  for (ImportLayout& layout : layouts_) {
-    const auto row = OpenControl("SELECT * FROM [NAACCR Versions] WHERE VersionID = '" +
-                                 std::to_string(layout.version) + "'");
-    if (row->Eof()) layout.DataSets();  // raises the error of a missing version
-    layout.abstract_length_ = ToInt16(row->Value("LenAbstract"));
-    layout.confidential_length_ = ToInt16(row->Value("LenConfidential"));
-    layout.incidence_length_ = ToInt16(row->Value("LenIncidence"));
-    layout.version_column = ToInt16(row->Value("ColVersionID"));
-    layout.record_type_column = ToInt16(row->Value("ColRecType"));
-    row->Close();
-  }
+  std::erase_if(layouts_, [](ImportLayout& layout) { return !layout.ReadVersion(); });
+  if (layouts_.empty()) QMDataSets().GetNAACCRLayout(Number(wanted));  // a missing version row
   if (!version.empty()) forced_ = &layouts_.front();
 }
 

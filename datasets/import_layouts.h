@@ -28,6 +28,8 @@ class ImportLayout {
 
  private:
   friend class ImportLayouts;
+  bool ReadVersion();
+
   std::int16_t abstract_length_ = 0;
   std::int16_t confidential_length_ = 0;
   std::int16_t incidence_length_ = 0;

@@ -76,7 +76,7 @@ class FileImport {
     }
     summary.imported = state.imported;
     summary.rejected = state.rejected;
-    if (state.rejected > 0) summary.rejects = RejectsPath();
+    if (state.rejected > 0 && fs::exists(RejectsPath())) summary.rejects = RejectsPath();
     return summary;
   }
 
