@@ -1,0 +1,44 @@
+// Setting up a registry: the tables of the registry and of the control database, the layouts that
+// the library carries, and the default rows (counters, lock codes, a user, a display, critical
+// fields, blocking and matching rules).
+//
+// `CreateRegistry` works on two open, empty databases of any provider; `CreateRegistryFolder` makes
+// both as SQLite files in a folder. Each database comes about in one transaction. A table that is
+// there already is the engine's error, and nothing of the set-up stays.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <qm/connection.h>
+
+namespace qm {
+
+/// The layouts that the library carries, oldest first: "11.3", "12", "13", "14", "15", "16", "18".
+/// The control database keeps "11.3" as version 11.
+std::vector<std::string> ShippedLayouts();
+
+struct RegistrySetup {
+  /// Layouts by the names of `ShippedLayouts`, in any order; none means all of them. The tables of
+  /// the registry hold the columns of each, the newest one is the default of `GetNAACCRLayout`. A
+  /// name that is not among them is kErrBadArgument.
+  std::vector<std::string> layouts;
+};
+
+/// Fills two empty databases. Both may be the same one.
+void CreateRegistry(const std::shared_ptr<Connection>& registry,
+                    const std::shared_ptr<Connection>& control, const RegistrySetup& setup = {});
+
+/// Makes `registry.db` and `control.db` in a folder, which is made (for its owner alone) when it is
+/// missing; the files are readable and writable by their owner alone. They are built aside and put
+/// in place when complete. A folder that holds either file, or what is left of one, is refused
+/// with kErrIntegrity and left as it was.
+void CreateRegistryFolder(const std::filesystem::path& folder, const RegistrySetup& setup = {});
+
+/// The connection string of a database file on SQLite.
+std::string SqliteConnectionString(const std::filesystem::path& file);
+
+}  // namespace qm
