@@ -1,5 +1,8 @@
 #include "runtime/component_folder.h"
 
+#include <string>
+#include <system_error>
+
 #ifdef _WIN32
 #include <windows.h>
 #else
