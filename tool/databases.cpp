@@ -2,6 +2,7 @@
 
 #include <qm/error.h>
 #include <qm/qm_connection.h>
+#include <qm/registry_setup.h>
 
 #include <filesystem>
 #include <limits>
@@ -39,12 +40,6 @@ fs::path FileOf(const Settings& settings, Database database) {
          (database == Database::kControl ? "control.db" : "registry.db");
 }
 
-std::string Quoted(const std::string& value) {
-  std::string text = "\"";
-  for (const char c : value) text.append(c == '"' ? 2 : 1, c);
-  return text + '"';
-}
-
 }  // namespace
 
 void AddDatabaseOptions(CLI::App& command, Tool& tool, bool matching) {
@@ -78,7 +73,7 @@ void RequireDatabase(const Settings& settings, Database database) {
 std::string ConnectionStringOf(const Settings& settings, Database database) {
   const std::string& option = OptionOf(settings, database);
   if (!option.empty()) return option;
-  return "Provider=SQLite;Data Source=" + Quoted(FileOf(settings, database).string());
+  return SqliteConnectionString(FileOf(settings, database));
 }
 
 std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {

@@ -11,8 +11,8 @@ namespace {
 
 using namespace qm::tool;
 
-constexpr AddFunction kCommands[] = {AddImport, AddMatch,   AddLayout,
-                                     AddEval,   AddCompare, AddSoundex};
+constexpr AddFunction kCommands[] = {AddInit,   AddGenerate, AddImport,  AddMatch,
+                                     AddLayout, AddEval,     AddCompare, AddSoundex};
 
 int Run(int argc, char** argv) {
   Tool tool;

@@ -291,7 +291,7 @@ TEST_F(Import, KilledAtAnyMomentAndRunAgainItLosesAndDoublesNothing) {
     if (program.Wait().exit_code < 0) ++kills;
   }
   EXPECT_GT(kills, 3);
-  const test::ProgramResult last = test::Run(ImportCommand(file, "3"));
+  const test::ProgramResult last = test::RunProgram(ImportCommand(file, "3"));
   EXPECT_EQ(last.exit_code, 0) << last.err;
   EXPECT_NE(last.out.find("imported 180, rejected 20"), std::string::npos) << last.out;
   ExpectAllOnce(kLines);

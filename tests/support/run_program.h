@@ -66,7 +66,7 @@ class Program {
   pid_t id_ = 0;
 };
 
-inline ProgramResult Run(const std::vector<std::string>& command) {
+inline ProgramResult RunProgram(const std::vector<std::string>& command) {
   return Program(command).Wait();
 }
 

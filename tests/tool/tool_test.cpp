@@ -1,0 +1,266 @@
+// The program as its users meet it: arguments in; output, messages and exit codes out.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "support/run_program.h"
+#include "support/sqlite_fixture.h"
+
+namespace qm::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+ProgramResult Qm(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), QM_TOOL);
+  return RunProgram(arguments);
+}
+
+struct Case {
+  std::vector<std::string> arguments;
+  int exit_code;
+  std::string out;  ///< exactly
+  std::string err;  ///< a piece of it; empty: nothing is written
+};
+
+void ExpectCases(const std::vector<Case>& cases) {
+  for (const Case& c : cases) {
+    std::string name = "qm";
+    for (const std::string& argument : c.arguments) name += " " + argument;
+    SCOPED_TRACE(name);
+    const ProgramResult result = Qm(c.arguments);
+    EXPECT_EQ(result.exit_code, c.exit_code);
+    EXPECT_EQ(result.out, c.out);
+    if (c.err.empty()) {
+      EXPECT_EQ(result.err, "");
+    } else {
+      EXPECT_THAT(result.err, HasSubstr(c.err));
+    }
+  }
+}
+
+TEST(Tool, WithoutADatabase) {
+  ExpectCases({
+      {{"eval", "1 + 1"}, 0, "Integer\t2\n", ""},
+      {{"eval", "--", "-2 ^ 2"}, 0, "Double\t-4\n", ""},
+      {{"eval", "Left(<<LastName>>, 2) & <<first>>", "lastname=O'BRIEN", "FIRST=a=b"},
+       0,
+       "String\tO'a=b\n",
+       ""},
+      {{"eval", "Functions.Soundex(<<x>>)", "x=ROBERT"}, 0, "String\tR163\n", ""},
+      {{"eval", "Null"}, 0, "Null\tNull\n", ""},
+      {{"eval", "1 +"}, 1, "", "qm: error 1002 "},
+      {{"eval", "1 \\ 0"}, 1, "", "error 11 (QMDataObjects2): Division by zero"},
+      {{"eval", "<<age>>", "x=1"},
+       1,
+       "",
+       "error 3265 (qm eval): no value is given for field 'age'"},
+      {{"eval", "1", "x"}, 2, "", "FIELD=VALUE"},
+      {{"compare", "MARTHA", "MARHTA"}, 0, "0.961111\n", ""},
+      {{"compare", "MARTHA", "MARHTA", "--parameter", "1"}, 0, "0.944444\n", ""},
+      {{"compare", "", "A"}, 0, "0.000000\n", ""},
+      {{"compare", "A", "B", "--parameter", "x"}, 2, "", "--parameter"},
+      {{"soundex", "Tymczak"}, 0, "T522\n", ""},
+      {{"soundex", "match"}, 0, "M320\n", ""},
+      {{}, 2, "", "A subcommand is required"},
+      {{"metch"}, 2, "", "unknown command 'metch'"},
+      {{"match", "-d", "x"}, 2, "", "--abstract ID or --all is required"},
+      {{"match", "--all"}, 2, "", "-d DIR or --registry CONN is required"},
+      {{"import", "-d", "x"}, 2, "", "FILE is required"},
+      {{"layout", "-d", "x", "--format", "xml"}, 2, "", "--format"},
+      {{"init", "-d", "/nowhere/x", "--layout", "17"}, 2, "", "--layout"},
+      {{"import", "-d", "/nowhere", "/nowhere/f"}, 1, "", "/nowhere/f: no such file"},
+      {{"match", "-d", "/nowhere", "--all"}, 1, "", "no registry database at /nowhere/registry.db"},
+      {{"match", "--registry", "Provider=Oracle;Password=hidden", "--all"},
+       1,
+       "",
+       "error -2147220504"},
+  });
+  const ProgramResult hidden =
+      Qm({"match", "--registry", "Provider=Oracle;Password=hidden", "--all", "--verbose"});
+  EXPECT_THAT(hidden.err, Not(HasSubstr("hidden")));
+}
+
+TEST(Tool, EveryHelpTellsTheExitCodes) {
+  for (const char* command :
+       {"", "init", "generate", "import", "match", "layout", "eval", "compare", "soundex"}) {
+    std::vector<std::string> arguments = {"--help"};
+    if (*command != '\0') arguments.insert(arguments.begin(), command);
+    const ProgramResult result = Qm(arguments);
+    EXPECT_EQ(result.exit_code, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_THAT(result.out, HasSubstr("0 done, 1 failed, 2 wrong usage"));
+  }
+}
+
+TEST(Tool, AClosedPipeIsAFailureAndNoCrash) {
+  const ProgramResult closed = RunProgram(
+      {"/bin/sh", "-c", "{ sleep 0.3; \"$0\" soundex Lee; echo $? >&2; } | true", QM_TOOL});
+  EXPECT_THAT(closed.err, HasSubstr("\n1\n"));
+  const ProgramResult full =
+      RunProgram({"/bin/sh", "-c", "\"$0\" soundex Lee >/dev/full", QM_TOOL});
+  EXPECT_EQ(full.exit_code, 1);
+  EXPECT_THAT(full.err, HasSubstr("cannot write to standard output"));
+}
+
+// One registry for the tests that read; each test that writes makes a copy.
+class ToolOnARegistry : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    made_ = std::make_unique<TempFolder>();
+    const std::string d = made_->File("made");
+    setup_.push_back(Qm({"init", "-d", d, "--layout", "18", "--layout", "16"}));
+    setup_.push_back(
+        Qm({"generate", "-d", d, "--patients", "60", "--incoming", "20", "--seed", "3"}));
+    setup_.push_back(Qm({"import", "-d", d, d + "/incoming.txt"}));
+  }
+  static void TearDownTestSuite() { made_.reset(); }
+
+  ToolOnARegistry() : d_(folder_.File("d")) {
+    fs::copy(made_->path() / "made", d_, fs::copy_options::recursive);
+  }
+
+  static inline std::unique_ptr<TempFolder> made_;
+  static inline std::vector<ProgramResult> setup_;
+  TempFolder folder_;
+  std::string d_;
+};
+
+TEST_F(ToolOnARegistry, IsMadeFilledAndPrivate) {
+  for (const ProgramResult& result : setup_) {
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+  }
+  EXPECT_THAT(setup_[2].out, HasSubstr("imported 20, rejected 0\n"));
+  for (const char* file : {"registry.db", "control.db", "incoming.txt", "truth.csv"}) {
+    const auto mode = fs::status(fs::path(d_) / file).permissions() & fs::perms::all;
+    EXPECT_EQ(mode, fs::perms::owner_read | fs::perms::owner_write) << file;
+  }
+  const std::string before = QueryText(d_ + "/registry.db", "SELECT count(*) FROM Abstracts");
+  ExpectCases({{{"init", "-d", d_}, 1, "", d_}});
+  EXPECT_EQ(QueryText(d_ + "/registry.db", "SELECT count(*) FROM Abstracts"), before);
+}
+
+TEST_F(ToolOnARegistry, MatchListsCandidatesBestFirst) {
+  const ProgramResult csv = Qm({"match", "-d", d_, "--all", "--format", "csv", "--cutoff", "0"});
+  EXPECT_EQ(csv.exit_code, 0) << csv.err;
+  std::istringstream lines(csv.out);
+  std::string line;
+  std::getline(lines, line);
+  EXPECT_EQ(line,
+            "AbsRefID,Rank,PatientID,Score,LastName,FirstName,MiddleName,PatientLastName,"
+            "PatientFirstName,PatientMiddleName\r");
+  long last_id = 0;
+  long last_rank = 0;
+  long last_score = 0;
+  long last_patient = 0;
+  int rows = 0;
+  for (; std::getline(lines, line); ++rows) {
+    long id = 0;
+    long rank = 0;
+    long patient = 0;
+    long score = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%ld,%ld,%ld,%ld,", &id, &rank, &patient, &score), 4);
+    if (id == last_id) {
+      EXPECT_EQ(rank, last_rank + 1);
+      EXPECT_TRUE(score < last_score || (score == last_score && patient > last_patient)) << line;
+    } else {
+      EXPECT_GT(id, last_id);
+      EXPECT_EQ(rank, 1);
+    }
+    last_id = id;
+    last_rank = rank;
+    last_score = score;
+    last_patient = patient;
+  }
+  EXPECT_GT(rows, 5);
+  EXPECT_EQ(Qm({"match", "-d", d_, "--all", "--cutoff", "32767", "--format", "json"}).out, "[]\n");
+}
+
+TEST_F(ToolOnARegistry, ExplainsWhatEachRuleAdded) {
+  SqliteFile(d_ + "/registry.db")
+      .Exec(
+          "UPDATE Abstracts SET LastName = (SELECT LastName FROM Patients WHERE PatientID = 1),"
+          " SocSec = (SELECT SocSec FROM Patients WHERE PatientID = 1) WHERE AbsRefID = 1");
+  const ProgramResult result =
+      Qm({"match", "-d", d_, "--abstract", "1", "--explain", "--format", "json", "--cutoff", "1"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_THAT(result.out, AllOf(StartsWith("[\n  {\"AbsRefID\": 1, \"Rank\": 1, \"PatientID\": "),
+                                HasSubstr("\"Rule\": \""), HasSubstr("\"Added\": ")));
+}
+
+TEST_F(ToolOnARegistry, FailuresNameWhatFailedAndNoValue) {
+  const auto match = [this](std::vector<std::string> more) {
+    more.insert(more.begin(), {"match", "-d", d_});
+    return Qm(std::move(more));
+  };
+  ProgramResult result = match({"--abstract", "4711"});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_THAT(result.err, HasSubstr("abstract 4711 does not exist"));
+
+  const std::string name =
+      QueryText(d_ + "/registry.db", "SELECT LastName FROM Abstracts WHERE AbsRefID = 1");
+  for (const char* rule : {"Left(<<lastname>>", "nosuchfield", "Left(<<nosuchfield>>, 2)"}) {
+    SqliteFile(d_ + "/registry.db")
+        .Exec("UPDATE tblBlockingParameters SET AbstractField = '" + std::string(rule) + "'");
+    result = match({"--abstract", "1"});
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_THAT(result.err, AllOf(StartsWith("qm: matching abstract 1, rule "), HasSubstr(rule),
+                                  Not(HasSubstr(name))));
+  }
+  SqliteFile(d_ + "/registry.db")
+      .Exec("UPDATE tblBlockingParameters SET AbstractField = 'lastname', PatientField = 'nosuch'");
+  result = match({"--abstract", "1"});
+  EXPECT_EQ(result.exit_code, 1);
+  EXPECT_THAT(result.err, AllOf(HasSubstr("table Patients"), Not(HasSubstr(name))));
+  EXPECT_THAT(match({"--abstract", "1", "--verbose"}).err, HasSubstr(name));
+
+  SqliteFile(d_ + "/control.db").Exec("DELETE FROM NAACCRParameters");
+  ExpectCases(
+      {{{"layout", "-d", d_}, 1, "", "NAACCR Parameters not found in the control database."},
+       {{"import", "-d", d_, d_ + "/truth.csv"}, 1, "", "NAACCR Parameters not found"}});
+}
+
+TEST_F(ToolOnARegistry, LayoutPrintsOneFieldOrAll) {
+  const std::string head =
+      "Index,Item,Name,Start,Length,Justification,Prompting,AbsTable,PatTable,MedTable,"
+      "Description\r\n";
+  const ProgramResult by_item = Qm({"layout", "-d", d_, "2230", "--format", "csv"});
+  EXPECT_THAT(by_item.out, StartsWith(head));
+  EXPECT_THAT(by_item.out, HasSubstr(",2230,LastName,3340,40,L,"));
+  EXPECT_EQ(Qm({"layout", "-d", d_, "lastname", "--format", "csv"}).out, by_item.out);
+  const ProgramResult old = Qm({"layout", "-d", d_, "--layout", "16", "--format", "csv"});
+  EXPECT_EQ(std::count(old.out.begin(), old.out.end(), '\n'), 567);
+  ExpectCases({{{"layout", "-d", d_, "nosuch"}, 1, "", "Invalid Field Name: nosuch"},
+               {{"layout", "-d", d_, "9999"}, 1, "", "no field with item number 9999"},
+               {{"layout", "-d", d_, "--layout", "15"}, 1, "", "NAACCR Parameters not found"}});
+}
+
+TEST_F(ToolOnARegistry, AMissingFileAmongSeveralStopsBeforeTheFirst) {
+  const std::string good = folder_.Write("good.txt", "no record\n");
+  ExpectCases({{{"import", "-d", d_, good, good + "x"}, 1, "", good + "x: no such file"}});
+  EXPECT_EQ(QueryText(d_ + "/registry.db", "SELECT count(*) FROM QMImports"), "1");
+  const ProgramResult json =
+      Qm({"import", "-d", d_, good, d_ + "/incoming.txt", "--format", "json"});
+  EXPECT_THAT(json.out,
+              AllOf(HasSubstr("\"Imported\": 0, \"Rejected\": 1, \"AlreadyImported\": \"no\""),
+                    HasSubstr("\"Imported\": 20, \"Rejected\": 0, \"AlreadyImported\": "
+                              "\"yes\"")));
+  EXPECT_TRUE(fs::exists(d_ + "/good.txt.rejects"));
+}
+
+TEST_F(ToolOnARegistry, ALockedDatabaseIsToldAfterTheTimeOut) {
+  SqliteFile other(d_ + "/registry.db");
+  other.Exec("BEGIN IMMEDIATE");
+  const std::string file = folder_.Write("f.txt", "no record\n");
+  ExpectCases({{{"import", "-d", d_, file, "--timeout", "1"}, 1, "", "error 3254 "}});
+}
+
+}  // namespace
+}  // namespace qm::test
