@@ -1,0 +1,81 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "setup/schema.h"
+#include "setup/sql_text.h"
+
+namespace qm {
+
+namespace {
+
+// Where the registry's own items stand in a record, its project codes among them.
+constexpr int kStateRequestorItems = 2220;
+
+// Codes that say that the value is not known.
+constexpr std::array kUnknownValues = {
+    std::pair{160, "99"},       std::pair{190, "9"},        std::pair{220, "9"},
+    std::pair{240, "99999999"}, std::pair{390, "99999999"}, std::pair{400, "C809"},
+    std::pair{410, "9"},        std::pair{1760, "9"},       std::pair{2320, "999999999"},
+};
+
+std::string_view UnknownValues(int item) {
+  const auto known = std::ranges::find(kUnknownValues, item, &std::pair<int, const char*>::first);
+  return known == kUnknownValues.end() ? "" : known->second;
+}
+
+void AppendFieldTable(std::vector<std::string>& statements, const ShippedLayout& layout,
+                      const std::string& table) {
+  statements.push_back(
+      "CREATE TABLE " + table +
+      " (NAACCR_Item_No INTEGER PRIMARY KEY, FieldName TEXT, Description TEXT, Prompting TEXT,"
+      " ColumnStart INTEGER, FieldLength INTEGER, Justification TEXT, vlmAbsTable INTEGER,"
+      " PatTable INTEGER, MedTable INTEGER, vlmAbsGrid INTEGER, patGrid INTEGER, medGrid INTEGER,"
+      " Protected INTEGER, UnknownValues TEXT, PromptingValue TEXT, CTL_Array_vlm INTEGER,"
+      " CTL_Array_ts INTEGER)");
+  for (const ShippedItem& item : layout.items) {
+    std::string row = "INSERT INTO " + table + " VALUES (" + std::to_string(item.number) + ", ";
+    AppendSqlText(row, item.field_name);
+    row += ", ";
+    AppendSqlText(row, item.label);
+    row += item.text ? ", 'X'" : ", ''";
+    for (const int number : {item.start, item.length}) row += ", " + std::to_string(number);
+    row += ", ";
+    AppendSqlText(row, item.justification);
+    for (const int code : {item.abstract_table, item.patient_table, item.medical_table}) {
+      row += ", " + std::to_string(code);
+    }
+    row += item.patient_grid ? ", -1, -1, 0, 0, " : ", -1, 0, -1, 0, ";
+    AppendSqlText(row, UnknownValues(item.number));
+    row += ", '', -1, -1)";
+    statements.push_back(std::move(row));
+  }
+}
+
+}  // namespace
+
+std::vector<std::string> ControlTables(const std::vector<ShippedLayout>& layouts) {
+  std::vector<std::string> statements = {
+      "CREATE TABLE NAACCRParameters (NAACCRVersion INTEGER PRIMARY KEY, ControlTableName TEXT,"
+      " NAACCRDATAEXCHG TEXT, NAACCRGLOBALVALUES TEXT, NAACCRMetaFile TEXT)",
+      "CREATE TABLE [NAACCR Versions] (VersionID TEXT PRIMARY KEY, LenAbstract INTEGER,"
+      " LenIncidence INTEGER, LenConfidential INTEGER, ColVersionID INTEGER, ColRecType INTEGER,"
+      " ColProjects INTEGER)"};
+  for (const ShippedLayout& layout : layouts) {
+    const std::string version = std::to_string(layout.version);
+    const std::string table = "NAACCR" + version + "Fields";
+    statements.push_back("INSERT INTO NAACCRParameters VALUES (" + version + ", " + SqlText(table) +
+                         ", " + SqlText(layout.exchange_code) + ", " +
+                         SqlText(layout.accepted_codes) + ", 'naaccr" + version + ".smf')");
+    statements.push_back("INSERT INTO [NAACCR Versions] VALUES (" + SqlText(version) + ", " +
+                         std::to_string(layout.abstract_length) + ", " +
+                         std::to_string(layout.incidence_length) + ", " +
+                         std::to_string(layout.confidential_length) + ", " +
+                         std::to_string(layout.version_column) + ", 1, " +
+                         std::to_string(layout.StartOf(kStateRequestorItems)) + ")");
+    AppendFieldTable(statements, layout, table);
+  }
+  return statements;
+}
+
+}  // namespace qm

@@ -1,0 +1,152 @@
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string_view>
+
+#include "runtime/text.h"
+#include "setup/schema.h"
+#include "setup/sql_text.h"
+
+namespace qm {
+
+namespace {
+
+// One physical table of a family: its name, the code of the items it holds, and the columns that
+// are the family's own.
+struct FamilyTable {
+  std::string_view name;
+  int ShippedItem::*code_of;
+  int code;
+  std::string_view own_columns;
+};
+
+constexpr std::string_view kAdministration =
+    "DateCreated TEXT, DateEdited TEXT, Remarks TEXT, Status1 TEXT, StatusDate1 TEXT, "
+    "Status2 TEXT, StatusDate2 TEXT, Status3 TEXT, StatusDate3 TEXT, Project1 TEXT, "
+    "Project2 TEXT, Project3 TEXT, Project4 TEXT, Project5 TEXT";
+
+const std::array kFamilyTables = {
+    FamilyTable{
+        "Abstracts", &ShippedItem::abstract_table, 1,
+        "AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER, NameX TEXT, "
+        "EditorInit TEXT, DateOffloaded TEXT, Completed TEXT, HeldFor1 TEXT, HeldFor2 TEXT, "
+        "HeldFor3 TEXT, AbstractLockedBy TEXT, AbstractLockedT TEXT, "},
+    FamilyTable{"Abstracts_2", &ShippedItem::abstract_table, 2, "AbsRefID INTEGER PRIMARY KEY"},
+    FamilyTable{"Abstracts_3", &ShippedItem::abstract_table, 4,
+                "AbsRefID INTEGER PRIMARY KEY, DateFacUpdated TEXT"},
+    FamilyTable{"Patients", &ShippedItem::patient_table, 1,
+                "PatientID INTEGER PRIMARY KEY, Soundex TEXT, NameX TEXT, "
+                "ConsolidateLogID INTEGER, CaseLockedBy TEXT, CaseLockedTime TEXT, "},
+    FamilyTable{"Patients_2", &ShippedItem::patient_table, 2,
+                "PatientID INTEGER PRIMARY KEY, DatePtUpdated TEXT"},
+    FamilyTable{"MedicalSum", &ShippedItem::medical_table, 1,
+                "MedRefID INTEGER PRIMARY KEY, PatientID INTEGER, EditorInit TEXT, "
+                "ConsolidateLogID INTEGER, "},
+    FamilyTable{"MedicalSum_2", &ShippedItem::medical_table, 2,
+                "MedRefID INTEGER PRIMARY KEY, DateTumUpdated TEXT"},
+};
+
+constexpr std::array kOtherTables = {
+    "CREATE TABLE BaseIDs (BaseIDName TEXT PRIMARY KEY, BaseID INTEGER)",
+    "CREATE TABLE USERS (USERID TEXT PRIMARY KEY, NAME TEXT)",
+    "CREATE TABLE LOCKMANAGER (TABLENAME TEXT PRIMARY KEY, LOCKSTATUS TEXT, USERID TEXT)",
+    "CREATE TABLE CRITICALFIELDS (NAACCR_Item_No INTEGER, projectID INTEGER,"
+    " PRIMARY KEY (NAACCR_Item_No, projectID))",
+    "CREATE TABLE Display (DisplayID INTEGER PRIMARY KEY, Name TEXT)",
+    "CREATE TABLE displayfields (displayid INTEGER, NAACCR_Item_no INTEGER, [Default] TEXT,"
+    " Protected INTEGER, FieldSequence INTEGER, Invisible INTEGER,"
+    " PRIMARY KEY (displayid, NAACCR_Item_no))",
+    "CREATE TABLE tblBlockingParameters (BlockingID INTEGER PRIMARY KEY, AbstractField TEXT,"
+    " PatientField TEXT, ignorevalues TEXT)",
+    "CREATE TABLE tblMatchingParameters (MatchingID INTEGER PRIMARY KEY, FieldName TEXT,"
+    " Weight REAL, MissingValues TEXT, ExactMatch INTEGER, StringComparatorParam INTEGER,"
+    " AliasName TEXT, ignore INTEGER)",
+    "CREATE TABLE tblTLCParameters (PotentialPatientMatch INTEGER)",
+    // How far each imported file, known by a digest of its content, was taken.
+    "CREATE TABLE QMImports (Digest TEXT PRIMARY KEY, FileName TEXT, LinesDone INTEGER,"
+    " BytesDone INTEGER, Imported INTEGER, Rejected INTEGER, Finished INTEGER)",
+};
+
+constexpr std::array kMatchingColumns = {"Soundex", "LastName", "BirthDate", "SocSec"};
+
+std::string CreateFamilyTable(const FamilyTable& table, const std::vector<ShippedLayout>& layouts) {
+  std::string statement = "CREATE TABLE " + std::string(table.name) + " (";
+  statement += table.own_columns;
+  if (table.own_columns.ends_with(", ")) statement += kAdministration;
+  std::set<std::string> columns;
+  for (const ShippedLayout& layout : layouts) {
+    for (const ShippedItem& item : layout.items) {
+      if (item.text || item.*table.code_of != table.code) continue;
+      if (columns.insert(LowerCase(item.field_name)).second) {
+        statement += ", " + item.field_name + " TEXT";
+      }
+    }
+  }
+  return statement + ")";
+}
+
+}  // namespace
+
+std::vector<std::string> RegistryTables(const std::vector<ShippedLayout>& layouts) {
+  std::vector<std::string> statements;
+  for (const FamilyTable& table : kFamilyTables) {
+    statements.push_back(CreateFamilyTable(table, layouts));
+  }
+  statements.insert(statements.end(), kOtherTables.begin(), kOtherTables.end());
+  return statements;
+}
+
+std::vector<std::string> KeyIndexes() {
+  return {"CREATE INDEX IX_Abstracts_PatientID ON Abstracts (PatientID)",
+          "CREATE INDEX IX_Abstracts_MedRefID ON Abstracts (MedRefID)",
+          "CREATE INDEX IX_MedicalSum_PatientID ON MedicalSum (PatientID)"};
+}
+
+std::vector<std::string> MatchingIndexes() {
+  std::vector<std::string> statements;
+  for (const std::string column : kMatchingColumns) {
+    statements.push_back("CREATE INDEX IX_Patients_" + column + " ON Patients (" + column + ")");
+  }
+  return statements;
+}
+
+std::vector<std::string> DropMatchingIndexes() {
+  std::vector<std::string> statements;
+  for (const std::string column : kMatchingColumns) {
+    statements.push_back("DROP INDEX IX_Patients_" + column);
+  }
+  return statements;
+}
+
+std::vector<std::string> RegistryRows() {
+  std::vector<std::string> statements;
+  for (const char* counter : {"AbsRefID", "PatientID", "MedRefID"}) {
+    statements.push_back("INSERT INTO BaseIDs (BaseIDName, BaseID) VALUES (" + SqlText(counter) +
+                         ", 0)");
+  }
+  for (const char* code : {"ABS", "PAT", "MED", "BID"}) {
+    statements.push_back("INSERT INTO LOCKMANAGER (TABLENAME, LOCKSTATUS, USERID) VALUES (" +
+                         SqlText(code) + ", 'U', '')");
+  }
+  statements.emplace_back(
+      "INSERT INTO USERS (USERID, NAME) VALUES ('ADMIN', 'Registry administrator')");
+  // Their columns ascend with their item numbers in every layout, as the loader of the critical
+  // flags wants them: race, sex, birth date; diagnosis date, primary site, histology; last name.
+  for (const int item : {160, 220, 240, 390, 400, 522, 2230}) {
+    statements.push_back("INSERT INTO CRITICALFIELDS (NAACCR_Item_No, projectID) VALUES (" +
+                         std::to_string(item) + ", 1)");
+  }
+  statements.emplace_back("INSERT INTO Display (DisplayID, Name) VALUES (1, 'Patient and tumor')");
+  int sequence = 0;
+  for (const int item : {2230, 2240, 2250, 240, 220, 160, 2320, 390, 400, 522, 2600}) {
+    const bool assigned = item == 2320;  // the number is shown, not typed over
+    statements.push_back(
+        "INSERT INTO displayfields (displayid, NAACCR_Item_no, [Default], Protected,"
+        " FieldSequence, Invisible) VALUES (1, " +
+        std::to_string(item) + ", '', " + (assigned ? "1, " : "0, ") + std::to_string(++sequence) +
+        ", 0)");
+  }
+  return statements;
+}
+
+}  // namespace qm

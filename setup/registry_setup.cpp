@@ -1,0 +1,150 @@
+#include <qm/registry_setup.h>
+
+#include <qm/error.h>
+#include <qm/recordset.h>
+
+#include <array>
+#include <chrono>
+#include <fstream>
+#include <optional>
+#include <system_error>
+
+#include "setup/schema.h"
+
+namespace qm {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kSource = "QMDataObjects.RegistrySetup";
+constexpr std::array kFiles = {"registry.db", "control.db"};
+// What a database in use, or one whose user was interrupted, keeps beside itself.
+constexpr std::array kCompanions = {"", "-wal", "-shm", "-journal"};
+
+void Run(Connection& connection, const std::vector<std::string>& statements) {
+  for (const std::string& statement : statements) connection.Execute(statement);
+}
+
+[[noreturn]] void RefuseFolder(const fs::path& found) {
+  throw Error(kErrIntegrity, kSource,
+              "The folder holds a registry already: " + found.string() + " exists.");
+}
+
+void RequireNoRegistry(const fs::path& folder) {
+  for (const std::string file : kFiles) {
+    for (const char* companion : kCompanions) {
+      const fs::path path = folder / (file + companion);
+      if (fs::symlink_status(path).type() != fs::file_type::not_found) RefuseFolder(path);
+    }
+  }
+}
+
+void MakePrivateFolder(const fs::path& folder) {
+  fs::create_directory(folder);
+  fs::permissions(folder, fs::perms::owner_all);
+}
+
+// A folder inside the registry's, for its owner alone, that goes with its scope, and the registry's
+// folder with it when that was made for it and holds nothing.
+class WorkFolder {
+ public:
+  explicit WorkFolder(const fs::path& folder) : folder_(folder) {
+    if (!fs::exists(folder)) {
+      if (folder.has_parent_path()) fs::create_directories(folder.parent_path());
+      MakePrivateFolder(folder);
+      made_ = true;
+    }
+    const auto stamp = std::chrono::system_clock::now().time_since_epoch().count();
+    path_ = folder / (".setup-" + std::to_string(stamp));
+    MakePrivateFolder(path_);
+  }
+  ~WorkFolder() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+    if (made_) fs::remove(folder_, ignored);  // fails, as it should, when there is something in it
+  }
+  WorkFolder(const WorkFolder&) = delete;
+  WorkFolder& operator=(const WorkFolder&) = delete;
+
+  fs::path File(const char* name) const { return path_ / name; }
+
+ private:
+  fs::path folder_;
+  fs::path path_;
+  bool made_ = false;
+};
+
+std::shared_ptr<Connection> MakeDatabase(const fs::path& file) {
+  std::ofstream created(file);
+  created.close();
+  fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+  auto connection = Connection::Create();
+  connection->Open(SqliteConnectionString(file));
+  // The mode stays with the file; readers and a writer then do not shut each other out.
+  connection->Execute("PRAGMA journal_mode=WAL")->Close();
+  return connection;
+}
+
+// Puts a file in place without ever replacing one that came about meanwhile.
+void Place(const fs::path& from, const fs::path& to) {
+  std::error_code code;
+  fs::create_hard_link(from, to, code);
+  if (!code) return;
+  if (fs::exists(to)) RefuseFolder(to);
+  fs::rename(from, to);  // a file system without links
+}
+
+void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
+  RequireNoRegistry(folder);
+  const WorkFolder work(folder);
+  const auto registry = MakeDatabase(work.File(kFiles[0]));
+  const auto control = MakeDatabase(work.File(kFiles[1]));
+  CreateRegistry(registry, control, setup);
+  registry->Close();
+  control->Close();
+  Place(work.File(kFiles[1]), folder / kFiles[1]);
+  try {
+    Place(work.File(kFiles[0]), folder / kFiles[0]);
+  } catch (...) {
+    fs::remove(folder / kFiles[1]);
+    throw;
+  }
+}
+
+}  // namespace
+
+void CreateRegistry(const std::shared_ptr<Connection>& registry,
+                    const std::shared_ptr<Connection>& control, const RegistrySetup& setup) {
+  const std::vector<ShippedLayout> layouts = LoadShippedLayouts(setup.layouts);
+  Transaction registry_transaction(registry);
+  std::optional<Transaction> control_transaction;
+  if (control != registry) control_transaction.emplace(control);
+  for (const auto& statements :
+       {RegistryTables(layouts), KeyIndexes(), MatchingIndexes(), RegistryRows(), DefaultRules()}) {
+    Run(*registry, statements);
+  }
+  Run(*control, ControlTables(layouts));
+  if (control_transaction) control_transaction->Commit();
+  registry_transaction.Commit();
+}
+
+void CreateRegistryFolder(const fs::path& folder, const RegistrySetup& setup) {
+  LoadShippedLayouts(setup.layouts);  // an unknown name is refused before anything is made
+  try {
+    BuildFolder(folder, setup);
+  } catch (const fs::filesystem_error& error) {
+    throw Error(kErrEngine, kSource, error.what());
+  }
+}
+
+std::string SqliteConnectionString(const fs::path& file) {
+  std::string quoted;
+  for (const char c : file.string()) {
+    if (c == '"') quoted += c;
+    quoted += c;
+  }
+  return "Provider=SQLite;Data Source=\"" + quoted + "\"";
+}
+
+}  // namespace qm
