@@ -4,7 +4,7 @@ namespace qm {
 
 namespace {
 
-constexpr std::size_t kChunk = 256U * 1024U;
+constexpr std::size_t kChunk = std::size_t{256} * 1024;
 
 }  // namespace
 

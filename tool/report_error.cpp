@@ -46,7 +46,7 @@ std::string TableOf(std::string_view statement) {
     const auto end = std::find_if_not(statement.begin() + static_cast<std::ptrdiff_t>(i),
                                       statement.end(), is_name) -
                      statement.begin();
-    const std::string word(statement.substr(i, static_cast<std::size_t>(end) - i));
+    std::string word(statement.substr(i, static_cast<std::size_t>(end) - i));
     if (previous == "FROM" || previous == "INTO" || previous == "UPDATE" || previous == "TABLE") {
       return word;
     }
