@@ -1,5 +1,6 @@
 // Connection strings: `Keyword=Value;Keyword="a value; with a semicolon"`. Keywords without regard
-// to case; a value may stand in single or double quotes, doubled inside; blanks around are left out.
+// to case; a value may stand in single or double quotes, doubled inside; blanks around are left
+// out.
 //
 // Whatever follows a password is never quoted in a message, since a password may itself hold a
 // semicolon and look like further parts: such parts are named by their position.

@@ -50,7 +50,7 @@ struct ColumnChange {
   Variant value;  ///< after a successful update what the engine stored
 };
 
-enum class PageAnchor { kFirst, kLast, kAfter, kBefore, kFrom };
+enum class PageAnchor { kFirst, kLast, kAfter, kBefore };
 
 class ProviderStatement {
  public:

@@ -1,0 +1,34 @@
+#include "dataaccess/provider.h"
+
+#include <qm/error.h>
+
+#include "dataaccess/data_error.h"
+#include "dataaccess/providers/sqlite/sqlite_session.h"
+#include "runtime/text.h"
+
+namespace qm {
+
+namespace {
+
+using Opener = std::unique_ptr<ProviderSession> (*)(const ParsedConnectionString&,
+                                                    const SessionSettings&);
+struct ProviderEntry {
+  std::string_view name;
+  Opener open;
+};
+constexpr ProviderEntry kProviders[] = {{"SQLite", &SqliteSession::Open}};
+
+}  // namespace
+
+std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
+                                                     const SessionSettings& settings) {
+  const auto name = connection.Find("Provider");
+  if (!name) RaiseData(kErrUnknownProvider, "the connection string names none");
+  for (const ProviderEntry& entry : kProviders) {
+    if (EqualsIgnoreCase(entry.name, *name)) return entry.open(connection, settings);
+  }
+  RaiseData(kErrUnknownProvider,
+            connection.MayName("Provider") ? "\"" + *name + "\"" : std::string());
+}
+
+}  // namespace qm

@@ -1,0 +1,303 @@
+#include "dataaccess/providers/sqlite/sqlite_session.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <qm/connection.h>
+#include <qm/error.h>
+
+#include "dataaccess/data_error.h"
+#include "dataaccess/providers/sqlite/sqlite_error.h"
+#include "dataaccess/providers/sqlite/sqlite_statement.h"
+#include "dataaccess/sql_scanner.h"
+#include "dataaccess/stored_form.h"
+
+namespace qm {
+
+namespace {
+
+constexpr std::string_view kKeywords[] = {"Provider", "Data Source", "User ID", "Password"};
+constexpr std::int32_t kModeRead = 1;
+constexpr std::size_t kIdleStatements = 64;
+constexpr std::array<int, 6> kBusyPauses = {1, 2, 5, 10, 25, 50};
+
+std::filesystem::path FilePath(const std::string& utf8) {
+  return {std::u8string(utf8.begin(), utf8.end())};
+}
+
+std::string Utf8(const std::filesystem::path& path) {
+  const std::u8string text = path.u8string();
+  return {text.begin(), text.end()};
+}
+
+[[noreturn]] void RaiseCannotOpen(const std::string& path, std::string_view reason,
+                                  std::int32_t number = kErrEngine, int code = 0) {
+  throw Error(number, kSqliteSource, "cannot open " + path + ": " + std::string(reason), code);
+}
+
+void Pause(int attempts) {
+  const std::size_t last = kBusyPauses.size() - 1;
+  const std::size_t at = std::min(static_cast<std::size_t>(attempts), last);
+  std::this_thread::sleep_for(std::chrono::milliseconds(kBusyPauses[at]));
+}
+
+PlainSelect WholeTable(const std::string& quoted, const std::string& name) {
+  PlainSelect plain;
+  plain.list = "*";
+  plain.table_text = plain.target = plain.reference = quoted;
+  plain.table = name;
+  return plain;
+}
+
+const SqliteTable& TableOf(const RowOrigin& origin) {
+  return static_cast<const SqliteTable&>(origin);
+}
+
+}  // namespace
+
+std::unique_ptr<ProviderSession> SqliteSession::Open(const ParsedConnectionString& connection,
+                                                     const SessionSettings& settings) {
+  connection.RequireKnown(kKeywords);
+  const std::string path = connection.Find("Data Source").value_or("");
+  if (path.empty()) RaiseData(kErrBadArgument, "the connection string has no Data Source");
+  return std::make_unique<SqliteSession>(path, settings);
+}
+
+SqliteSession::SqliteSession(const std::string& path, const SessionSettings& settings)
+    : timeout_(settings.connection_timeout),
+      isolation_level_(settings.isolation_level == kIsolationReadUncommitted
+                           ? kIsolationReadUncommitted
+                           : kIsolationSerializable) {
+  try {
+    Connect(path, settings.mode);
+  } catch (...) {
+    sqlite3_close_v2(db_);
+    throw;
+  }
+  timeout_ = settings.command_timeout;
+}
+
+SqliteSession::~SqliteSession() {
+  ForgetStatements();
+  sqlite3_close_v2(db_);
+}
+
+void SqliteSession::Connect(const std::string& path, std::int32_t mode) {
+  std::error_code error;
+  // The engine would take some bare names for databases in memory.
+  const std::filesystem::path file = std::filesystem::absolute(FilePath(path), error);
+  const auto status = std::filesystem::status(file, error);
+  if (status.type() == std::filesystem::file_type::not_found) {
+    RaiseCannotOpen(path, "no such file");
+  }
+  if (std::filesystem::is_directory(status)) RaiseCannotOpen(path, "it is a folder");
+  const int access = mode == kModeRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+  int code = sqlite3_open_v2(Utf8(file).c_str(), &db_,
+                             access | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE, nullptr);
+  if (code == SQLITE_OK) {
+    sqlite3_extended_result_codes(db_, 1);
+    sqlite3_busy_handler(db_, &SqliteSession::OnBusy, this);
+    StartClock();
+    const char* first = mode == qmModeShareExclusive
+                            ? "PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; COMMIT;"
+                            : "SELECT 1 FROM sqlite_master LIMIT 1";
+    for (int attempts = 0;; ++attempts) {
+      code = sqlite3_exec(db_, first, nullptr, nullptr, nullptr);
+      if (!IsSqliteBusy(code) || TimeIsUp()) break;
+      Pause(attempts);
+    }
+  }
+  if (code == SQLITE_OK) return;
+  if (IsSqliteBusy(code)) RaiseCannotOpen(path, sqlite3_errmsg(db_), kErrEngineBusy, code);
+  RaiseCannotOpen(path, sqlite3_errmsg(db_), kErrEngine, code);
+}
+
+int SqliteSession::OnBusy(void* session, int attempts) {
+  if (static_cast<SqliteSession*>(session)->TimeIsUp()) return 0;
+  Pause(attempts);
+  return 1;
+}
+
+void SqliteSession::StartClock() {
+  deadline_ = std::chrono::steady_clock::now() + std::chrono::seconds(timeout_);
+}
+
+bool SqliteSession::TimeIsUp() const {
+  return timeout_ != 0 && std::chrono::steady_clock::now() >= deadline_;
+}
+
+sqlite3_stmt* SqliteSession::TakeStatement(std::string_view text) {
+  std::string key(text);
+  const auto idle = idle_statements_.find(key);
+  if (idle != idle_statements_.end()) {
+    sqlite3_stmt* statement = idle->second;
+    idle_statements_.erase(idle);
+    return statement;
+  }
+  StartClock();
+  sqlite3_stmt* statement = nullptr;
+  const char* tail = nullptr;
+  const int code = sqlite3_prepare_v3(db_, key.c_str(), static_cast<int>(key.size()) + 1,
+                                      SQLITE_PREPARE_PERSISTENT, &statement, &tail);
+  if (code != SQLITE_OK) Raise(code, text);
+  if (statement == nullptr || SqlScanner(tail).Next().text.find_first_not_of(';') == 0) {
+    sqlite3_finalize(statement);
+    throw Error(kErrStatement, kSqliteSource, "One statement was expected", 0, std::move(key));
+  }
+  return statement;
+}
+
+void SqliteSession::GiveBack(sqlite3_stmt* statement) noexcept {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);
+  try {
+    if (idle_statements_.size() >= kIdleStatements) ForgetStatements();
+    idle_statements_.emplace(sqlite3_sql(statement), statement);
+  } catch (...) {
+    sqlite3_finalize(statement);
+  }
+}
+
+void SqliteSession::ForgetStatements() noexcept {
+  for (const auto& [text, statement] : idle_statements_) sqlite3_finalize(statement);
+  idle_statements_.clear();
+}
+
+int SqliteSession::StepWaiting(sqlite3_stmt* statement) {
+  CountStatement();
+  StartClock();
+  for (int attempts = 0;; ++attempts) {
+    const int code = sqlite3_step(statement);
+    // Some collisions (a snapshot that became old) fail without asking the busy handler.
+    if (!IsSqliteBusy(code) || TimeIsUp()) return code;
+    sqlite3_reset(statement);
+    Pause(attempts);
+  }
+}
+
+void SqliteSession::Raise(int code, std::string_view statement) const {
+  RaiseSqlite(code, sqlite3_errmsg(db_), statement);
+}
+
+void SqliteSession::Run(const char* text) {
+  SqliteStatement statement(*this, text);
+  statement.Step();
+}
+
+bool SqliteSession::IsTable(const std::string& schema, const std::string& table) const {
+  const char* within = schema.empty() ? nullptr : schema.c_str();
+  return sqlite3_table_column_metadata(db_, within, table.c_str(), nullptr, nullptr, nullptr,
+                                       nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+bool SqliteSession::IsRowNumber(const std::string& schema, const std::string& table,
+                                const char* name) const {
+  const char* within = schema.empty() ? nullptr : schema.c_str();
+  const char* type = nullptr;
+  int in_key = 0;
+  const int code = sqlite3_table_column_metadata(db_, within, table.c_str(), name, &type, nullptr,
+                                                 nullptr, &in_key, nullptr);
+  return code == SQLITE_OK && type != nullptr && std::string_view(type) == "INTEGER" && in_key != 0;
+}
+
+std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text,
+                                                          bool with_identity) {
+  auto plain_statement = std::make_unique<SqliteRowStatement>(*this, text, text, nullptr);
+  if (!with_identity || !plain_statement->HasRows()) return plain_statement;
+  const auto plain = ParsePlainSelect(text);
+  if (!plain) return plain_statement;
+  auto table = FindTable(*this, *plain);
+  if (table == nullptr) return plain_statement;
+  const std::string extended = table->WithIdentity(plain->rest);
+  return std::make_unique<SqliteRowStatement>(*this, extended, text, std::move(table));
+}
+
+std::unique_ptr<ProviderStatement> SqliteSession::PrepareTable(std::string_view name) {
+  const std::string bare = UnquoteName(name);
+  const std::string quoted = QuoteName(bare);
+  const std::string text = "SELECT * FROM " + quoted;
+  auto plain_statement = std::make_unique<SqliteRowStatement>(*this, text, text, nullptr);
+  auto table = FindTable(*this, WholeTable(quoted, bare));
+  if (table == nullptr) return plain_statement;
+  std::string order;
+  for (const std::string& key : table->keys) {
+    order.append(order.empty() ? " ORDER BY " : ", ").append(key);
+  }
+  const std::string extended = table->WithIdentity(order);
+  return std::make_unique<SqliteRowStatement>(*this, extended, text, std::move(table));
+}
+
+RowShape SqliteSession::TableShape(std::string_view table) {
+  auto statement = PrepareTable(table);
+  auto& rows = static_cast<SqliteRowStatement&>(*statement);
+  rows.ReadShape();
+  return rows.Shape();
+}
+
+bool SqliteSession::ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) {
+  SqliteStatement statement(*this, TableOf(origin).RowText());
+  for (const Variant& value : identity) statement.Bind(value);
+  if (!statement.Step()) return false;
+  statement.ReadRow(row);
+  return true;
+}
+
+std::vector<Row> SqliteSession::ReadPage(const RowOrigin& origin, PageAnchor anchor,
+                                         RowIdentity identity, int count) {
+  SqliteStatement statement(*this, TableOf(origin).PageText(anchor));
+  if (anchor != PageAnchor::kFirst && anchor != PageAnchor::kLast) {
+    for (const Variant& value : identity) statement.Bind(value);
+  }
+  statement.Bind(count);
+  std::vector<Row> rows;
+  while (statement.Step()) statement.ReadRow(rows.emplace_back());
+  if (anchor == PageAnchor::kLast || anchor == PageAnchor::kBefore) {
+    std::reverse(rows.begin(), rows.end());
+  }
+  return rows;
+}
+
+std::int64_t SqliteSession::CountRows(const RowOrigin& origin) {
+  SqliteStatement statement(*this, "SELECT count(*) FROM " + TableOf(origin).target);
+  statement.Step();
+  return sqlite3_column_int64(statement.handle(), 0);
+}
+
+bool SqliteSession::UpdateRow(const RowOrigin& origin, std::span<Variant> identity,
+                              std::span<ColumnChange> changes) {
+  SqliteStatement statement(*this, TableOf(origin).UpdateText(changes));
+  for (const ColumnChange& change : changes) statement.Bind(change.value);
+  for (const Variant& value : identity) statement.Bind(value);
+  for (const ColumnChange& change : changes) {
+    statement.Bind(change.fetched);
+    if (change.fetched.IsText()) statement.Bind(change.fetched);
+  }
+  if (!statement.Step()) return false;
+  int column = 0;
+  std::vector<Variant> stored;
+  while (column < statement.ColumnCount()) stored.push_back(statement.Value(column++));
+  // The change is kept only once the statement has run to its end.
+  statement.Step();
+  for (std::size_t i = 0; i < changes.size(); ++i) changes[i].value = std::move(stored[i]);
+  for (std::size_t i = 0; i < identity.size(); ++i) {
+    identity[i] = std::move(stored[changes.size() + i]);
+  }
+  return true;
+}
+
+Row SqliteSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) {
+  SqliteStatement statement(*this, TableOf(origin).InsertText(values));
+  for (const ColumnChange& value : values) statement.Bind(value.value);
+  Row identity;
+  if (statement.Step()) statement.ReadRow(identity);
+  statement.Step();
+  return identity;
+}
+
+Variant SqliteSession::StoredForm(const Variant& value) const { return qm::StoredForm(value); }
+
+}  // namespace qm

@@ -1,0 +1,120 @@
+#include "dataaccess/providers/sqlite/sqlite_statement.h"
+
+#include <limits>
+#include <utility>
+
+#include "dataaccess/providers/sqlite/sqlite_session.h"
+#include "runtime/text.h"
+
+namespace qm {
+
+SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view text)
+    : session_(session), statement_(session.TakeStatement(text)) {}
+
+SqliteStatement::~SqliteStatement() { session_.GiveBack(statement_); }
+
+void SqliteStatement::Bind(const Variant& given) {
+  const Variant value = session_.StoredForm(given);
+  const int at = ++bound_;
+  int code = SQLITE_OK;
+  if (const auto* text = value.GetIf<std::string>()) {
+    code = sqlite3_bind_text64(statement_, at, text->data(), text->size(), SQLITE_TRANSIENT,
+                               SQLITE_UTF8);
+  } else if (const auto* whole = value.GetIf<std::int32_t>()) {
+    code = sqlite3_bind_int(statement_, at, *whole);
+  } else if (const auto* large = value.GetIf<std::int64_t>()) {
+    code = sqlite3_bind_int64(statement_, at, *large);
+  } else if (const auto* real = value.GetIf<double>()) {
+    code = sqlite3_bind_double(statement_, at, *real);
+  } else {
+    code = sqlite3_bind_null(statement_, at);
+  }
+  if (code != SQLITE_OK) session_.Raise(code, shown_text_);
+}
+
+bool SqliteStatement::Step() {
+  const int code = started_ ? sqlite3_step(statement_) : session_.StepWaiting(statement_);
+  started_ = true;
+  if (code == SQLITE_ROW || code == SQLITE_DONE) return code == SQLITE_ROW;
+  session_.Raise(code, shown_text_.empty() ? sqlite3_sql(statement_) : shown_text_);
+}
+
+Variant SqliteStatement::Value(int column) const {
+  switch (sqlite3_column_type(statement_, column)) {
+    case SQLITE_INTEGER: {
+      const std::int64_t value = sqlite3_column_int64(statement_, column);
+      const bool fits = value >= std::numeric_limits<std::int32_t>::min() &&
+                        value <= std::numeric_limits<std::int32_t>::max();
+      return fits ? Variant(static_cast<std::int32_t>(value)) : Variant(value);
+    }
+    case SQLITE_FLOAT:
+      return sqlite3_column_double(statement_, column);
+    case SQLITE_NULL:
+      return Variant::Null();
+    default: {
+      const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
+      const int size = sqlite3_column_bytes(statement_, column);
+      return bytes == nullptr ? std::string() : std::string(bytes, static_cast<std::size_t>(size));
+    }
+  }
+}
+
+void SqliteStatement::ReadRow(Row& row) const {
+  const int count = ColumnCount();
+  row.clear();
+  row.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) row.push_back(Value(i));
+}
+
+SqliteRowStatement::SqliteRowStatement(SqliteSession& session, std::string_view prepared_text,
+                                       std::string_view caller_text,
+                                       std::shared_ptr<const SqliteTable> table)
+    : session_(session), statement_(session, prepared_text), table_(std::move(table)) {
+  statement_.ShowAs(caller_text);
+}
+
+bool SqliteRowStatement::HasRows() const { return statement_.ColumnCount() > 0; }
+
+bool SqliteRowStatement::Writes() const {
+  // BEGIN and COMMIT count as read-only with the engine.
+  return !HasRows() || sqlite3_stmt_readonly(statement_.handle()) == 0;
+}
+
+void SqliteRowStatement::Start() {
+  const std::int64_t before = session_.TotalChanges();
+  on_row_ = statement_.Step();
+  if (HasRows()) {
+    ReadShape();
+  } else if (session_.TotalChanges() != before) {
+    rows_affected_ = session_.LastChanges();
+  }
+}
+
+void SqliteRowStatement::ReadShape() {
+  sqlite3_stmt* handle = statement_.handle();
+  shape_.origin = table_;
+  const int hidden = table_ != nullptr ? static_cast<int>(table_->IdentityWidth()) : 0;
+  const int count = statement_.ColumnCount() - hidden;
+  shape_.columns.clear();
+  shape_.columns.reserve(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) {
+    Column column;
+    column.name = sqlite3_column_name(handle, i);
+    const char* origin = sqlite3_column_origin_name(handle, i);
+    const char* table = sqlite3_column_table_name(handle, i);
+    if (table_ != nullptr && origin != nullptr && table != nullptr &&
+        EqualsIgnoreCase(table, table_->name)) {
+      column.origin = origin;
+    }
+    shape_.columns.push_back(std::move(column));
+  }
+}
+
+bool SqliteRowStatement::Next(Row& row) {
+  if (!on_row_) return false;
+  statement_.ReadRow(row);
+  on_row_ = statement_.Step();
+  return true;
+}
+
+}  // namespace qm

@@ -1,0 +1,14 @@
+// One statement a call. Values stand in statement text as they are, so this rule is what keeps a
+// value from running a statement of its own.
+#pragma once
+
+#include <string_view>
+
+namespace qm {
+
+/// Refuses (kErrStatement) text that holds no statement, or a second one behind a semicolon. A
+/// closing semicolon, blanks and comments are allowed. Bodies with semicolons of their own
+/// (CREATE TRIGGER) count as several statements.
+void RequireSingleStatement(std::string_view text);
+
+}  // namespace qm
