@@ -40,7 +40,7 @@ constexpr std::array<BinaryOperator, 22> kBinaryOperators = {{
 }};
 
 // Words that no name can be.
-constexpr std::array<std::string_view, 62> kReservedWords = {
+constexpr std::array<std::string_view, 73> kReservedWords = {
     "And",     "As",     "Boolean",    "ByRef",    "Byte",     "ByVal",      "Call",
     "Case",    "Class",  "Const",      "Currency", "Debug",    "Dim",        "Do",
     "Double",  "Each",   "Else",       "ElseIf",   "End",      "EndIf",      "Enum",
@@ -48,8 +48,10 @@ constexpr std::array<std::string_view, 62> kReservedWords = {
     "If",      "Imp",    "Implements", "In",       "Integer",  "Is",         "Let",
     "Like",    "Long",   "Loop",       "LSet",     "Me",       "Mod",        "New",
     "Next",    "On",     "Option",     "Optional", "Or",       "ParamArray", "Preserve",
-    "Private", "Public", "RaiseEvent", "ReDim",    "Resume",   "RSet",       "Select",
-    "Set",     "Sub",    "Then",       "To",       "Type",     "Xor"};
+    "Private", "Public", "RaiseEvent", "ReDim",    "Rem",      "Resume",     "RSet",
+    "Select",  "Set",    "Shared",     "Single",   "Static",   "Stop",       "Sub",
+    "Then",    "To",     "Type",       "TypeOf",   "Until",    "Variant",    "Wend",
+    "While",   "With",   "Xor"};
 
 Instruction Make(Action action, Operator op = Operator::kAdd) {
   Instruction instruction;

@@ -74,6 +74,7 @@ Variant TrimBoth(Arguments args) {
 
 std::string Repeat(std::string_view piece, std::size_t count) {
   CheckTextLength(static_cast<double>(piece.size()) * static_cast<double>(count));
+  if (piece.size() == 1) return std::string(count, piece[0]);
   std::string text;
   text.reserve(piece.size() * count);
   for (; count > 0; --count) text += piece;
