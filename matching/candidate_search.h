@@ -48,8 +48,8 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
 /// The text that clients split: ", " + PatientID + ":" + score for each match.
 std::string MatchText(const std::vector<Match>& matches);
 
-/// The field expression of the rule that the calling thread evaluated last, trimmed; empty before
-/// the first one. After a failed search or scoring: the rule that failed, if one did.
+/// The field expression, trimmed, of the rule that was in work when the calling thread's last
+/// search or scoring failed; empty when it did not fail, or failed outside a rule.
 const std::string& LastRule();
 
 }  // namespace qm

@@ -1,0 +1,94 @@
+#include "matching/match_field.h"
+
+#include <cstddef>
+
+#include <qm/conversions.h>
+#include <qm/error.h>
+
+#include "comparison/comparison.h"
+#include "matching/matching_state.h"
+
+namespace qm {
+
+namespace {
+
+constexpr std::string_view kOpen = "<<";
+constexpr std::string_view kClose = ">>";
+// Far beyond any rule; only a value that brings in its own name again reaches them.
+constexpr int kMostPasses = 1000;
+constexpr std::size_t kLongestExpression = std::size_t{1} << 20U;
+
+// All occurrences, found from left to right; what was put in is not searched again.
+std::string ReplaceAll(std::string_view text, std::string_view what, std::string_view by) {
+  std::string result;
+  std::size_t from = 0;
+  for (std::size_t at; (at = text.find(what, from)) != std::string_view::npos;) {
+    result.append(text.substr(from, at - from)).append(by);
+    from = at + what.size();
+  }
+  return result.append(text.substr(from));
+}
+
+std::string FieldText(const Recordset& record, std::string_view name, std::string_view rule) {
+  const int ordinal = record.FieldOrdinal(name);
+  if (ordinal < 0) {
+    // A name put together from values would show them: then the rule stands for it.
+    const auto shown = rule.find(name) != std::string_view::npos ? name : rule;
+    throw Error(kErrNoSuchItem, "QMDataObjects2",
+                "Item cannot be found in the collection corresponding to the requested name or "
+                "ordinal: '" +
+                    std::string(shown) + "'");
+  }
+  return ToTextOrEmpty(record.Value(ordinal));
+}
+
+std::string Quoted(const std::string& value) { return "'" + value + "'"; }
+
+}  // namespace
+
+void SubstituteFields(std::string& expression,
+                      const std::function<std::string(std::string_view name)>& field) {
+  std::size_t start = 0;
+  int passes = 0;
+  for (std::size_t p; (p = expression.find(kClose)) != std::string::npos;) {
+    const std::size_t open =
+        p == 0 ? std::string::npos : std::string_view(expression).rfind(kOpen, p - 1);
+    // Without an opening mark the start of the pass before still holds.
+    if (open != std::string::npos) start = open + kOpen.size();
+    if (start > p) RaiseRunTime(kErrInvalidCall);
+    const std::string name = expression.substr(start, p - start);
+    const std::string mark = std::string(kOpen) + name + std::string(kClose);
+    std::string rewritten = ReplaceAll(expression, mark, '"' + field(name) + '"');
+    if (rewritten == expression || ++passes > kMostPasses ||
+        rewritten.size() > kLongestExpression) {
+      RaiseRunTime(kErrSyntax);
+    }
+    expression = std::move(rewritten);
+  }
+}
+
+const ScriptEngine& MatchScriptEngine() {
+  auto& engine = CurrentMatching().script_engine;
+  if (!engine) {
+    auto created = std::make_unique<ScriptEngine>();
+    const auto soundex = [](std::span<const Variant> arguments) {
+      return Variant(SoundexCode(ToText(arguments[0])));
+    };
+    created->AddObject("Functions", {{"Soundex", {1, soundex}}}, true);
+    engine = std::move(created);
+  }
+  return *engine;
+}
+
+std::string EvaluateMatchField(std::string& expression, const Recordset& record) {
+  const ScriptEngine& engine = MatchScriptEngine();
+  const std::string rule = expression;
+  SubstituteFields(expression,
+                   [&](std::string_view name) { return FieldText(record, name, rule); });
+  if (expression.find('(') == std::string::npos) {
+    return Quoted(FieldText(record, expression, rule));
+  }
+  return Quoted(ToTextOrEmpty(engine.Eval(expression)));
+}
+
+}  // namespace qm

@@ -1,0 +1,91 @@
+#include "matching/match_scorer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+#include <qm/conversions.h>
+#include <qm/error.h>
+
+#include "comparison/comparison.h"
+#include "matching/match_field.h"
+#include "matching/matching_state.h"
+#include "runtime/text.h"
+
+namespace qm {
+
+namespace {
+
+// Length in characters of the texts that are compared, the evaluator's opening quote included.
+constexpr std::size_t kBufferLength = 25;
+
+// The value as the buffer holds it, less the blanks that fill it up. The cut comes before the
+// quotes go: 24 characters of a value take part.
+std::string ComparedValue(const std::string& expression, const Recordset& record) {
+  std::string rewritten = expression;
+  const std::string value = UpperCase(EvaluateMatchField(rewritten, record));
+  std::string buffer(CharacterSlice(value, 0, kBufferLength));
+  std::erase(buffer, '\'');
+  buffer.erase(buffer.find_last_not_of(' ') + 1);
+  return buffer;
+}
+
+bool IsMissing(std::string_view value, const MatchRule& rule) {
+  return rule.missing_values.find(value) != std::string::npos;
+}
+
+// What one rule says about two buffers; `total` is the running total that it changes.
+RuleScore ApplyRule(const MatchRule& rule, const std::string& abstract, const std::string& patient,
+                    std::int32_t& total) {
+  const std::string_view a = Trim(abstract);
+  const std::string_view b = Trim(patient);
+  RuleScore result;
+  result.expression = Trim(rule.field_expression);
+  result.abstract_value = a;
+  result.patient_value = b;
+  result.exact = rule.exact_match != 0;
+  result.weight = rule.weight;
+  result.skipped = IsMissing(a, rule) || IsMissing(b, rule);
+  if (result.skipped) return result;
+  const std::int32_t before = total;
+  if (!result.exact) {
+    const double percent = CompareStrings(a, b, rule.comparator_parameter) * 100;
+    result.agreement = NarrowInt16(RoundHalfEven(percent));
+    total = NarrowInt32(RoundHalfEven(total + result.agreement * rule.weight / 100));
+  } else if (abstract == patient) {
+    result.agreement = 100;
+    total = NarrowInt32(RoundHalfEven(total + rule.weight));
+  }
+  // Two totals of 32 bits may lie further apart than 32 bits reach; no sensible weight gets there.
+  result.added = static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(std::int64_t{total} - before, INT32_MIN, INT32_MAX));
+  return result;
+}
+
+}  // namespace
+
+MatchScorer::MatchScorer(const Recordset& abstract)
+    : abstract_(abstract), abstract_values_(CurrentMatching().rules.size()) {}
+
+std::int16_t MatchScorer::Score(const Recordset& block, std::vector<RuleScore>* rules) {
+  MatchingState& state = CurrentMatching();
+  try {
+    std::int32_t total = 0;
+    for (std::size_t i = 0; i < abstract_values_.size(); ++i) {
+      const MatchRule& rule = state.rules[i];
+      state.rule_in_work = Trim(rule.field_expression);
+      auto& abstract_value = abstract_values_[i];
+      if (!abstract_value) abstract_value = ComparedValue(state.rule_in_work, abstract_);
+      const std::string patient_value = ComparedValue(state.rule_in_work, block);
+      RuleScore score = ApplyRule(rule, *abstract_value, patient_value, total);
+      if (rules != nullptr) rules->push_back(std::move(score));
+    }
+    const std::int16_t result = NarrowInt16(total);
+    state.rule_in_work.clear();
+    return result;
+  } catch (const Error& error) {
+    throw error.As(error.number(), error.source() + ", GetMatchScore");
+  }
+}
+
+}  // namespace qm

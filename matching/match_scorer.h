@@ -1,0 +1,32 @@
+// MatchScorer: scores candidates against one abstract by the calling thread's rules.
+//
+// The abstract's value of a rule is evaluated at the first candidate that needs it and kept, so a
+// scorer lives no longer than the abstract's row stands and the rules stay. Cost of a candidate:
+// one evaluation and one comparison a rule.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <qm/matcher.h>
+#include <qm/recordset.h>
+
+namespace qm {
+
+class MatchScorer {
+ public:
+  explicit MatchScorer(const Recordset& abstract);
+
+  /// The weighted agreement of the row that `block` stands on; `rules`, when given, receives what
+  /// each rule did. A failure keeps its number and description; its source gains
+  /// ", GetMatchScore".
+  std::int16_t Score(const Recordset& block, std::vector<RuleScore>* rules = nullptr);
+
+ private:
+  const Recordset& abstract_;
+  std::vector<std::optional<std::string>> abstract_values_;
+};
+
+}  // namespace qm
