@@ -26,7 +26,8 @@ std::shared_ptr<Connection> OpenRegistry() {
 }
 
 std::string Equals(std::string_view column, std::int32_t id) {
-  return " " + std::string(column) + " = " + std::to_string(id);
+  std::string condition(" ");
+  return condition.append(column).append(" = ").append(std::to_string(id));
 }
 
 // Identifiers replace the whole selection: the last one given wins.
