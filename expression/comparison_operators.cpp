@@ -12,17 +12,17 @@ namespace {
 bool IsDecided(Operator op, std::partial_ordering order) {
   switch (op) {
     case Operator::kEqual:
-      return order == 0;
+      return std::is_eq(order);
     case Operator::kNotEqual:
-      return order != 0;
+      return std::is_neq(order);
     case Operator::kLess:
-      return order < 0;
+      return std::is_lt(order);
     case Operator::kGreater:
-      return order > 0;
+      return std::is_gt(order);
     case Operator::kLessEqual:
-      return order <= 0;
+      return std::is_lteq(order);
     default:
-      return order >= 0;
+      return std::is_gteq(order);
   }
 }
 
@@ -61,9 +61,9 @@ std::partial_ordering Order(const Variant& left, const Variant& right, Literals 
   if (right.IsText()) return OrderMixed(left, literals.left, right, literals.right);
   if (left.IsText()) {
     const auto reversed = OrderMixed(right, literals.right, left, literals.left);
-    return reversed < 0   ? std::partial_ordering::greater
-           : reversed > 0 ? std::partial_ordering::less
-                          : reversed;
+    return std::is_lt(reversed)   ? std::partial_ordering::greater
+           : std::is_gt(reversed) ? std::partial_ordering::less
+                                  : reversed;
   }
   return OrderNumbers(left, right);
 }

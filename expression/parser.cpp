@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <qm/error.h>
+#include "expression/constants.h"
 #include "expression/lexer.h"
 #include "expression/program.h"
 #include "expression/syntax_error.h"
@@ -147,6 +148,10 @@ class Parser {
     }
     for (const std::string_view word : kReservedWords) {
       if (EqualsIgnoreCase(name, word)) RaiseSyntax(kSyntaxError);
+    }
+    if (auto constant = FindConstant(name); constant && !AtSymbol("(") && !AtSymbol(".")) {
+      PushConstant(std::move(*constant));
+      return false;
     }
     ReadName(name);
     while (AtSymbol("(") || AtSymbol(".")) ReadAccess();

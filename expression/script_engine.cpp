@@ -16,12 +16,12 @@ ScriptEngine::ScriptEngine() : state_(std::make_unique<State>()) {}
 
 ScriptEngine::~ScriptEngine() = default;
 
-void ScriptEngine::AddObject(std::string_view name, Members members, bool members_global) {
+void ScriptEngine::AddObject(std::string_view name, const Members& members, bool members_global) {
   Members by_key;
-  for (auto& [member_name, member] : members) {
+  for (const auto& [member_name, member] : members) {
     const std::string key = UpperCase(member_name);
     if (members_global) state_->objects.global_members.insert_or_assign(key, member);
-    by_key.insert_or_assign(key, std::move(member));
+    by_key.insert_or_assign(key, member);
   }
   state_->objects.named.insert_or_assign(UpperCase(name), std::move(by_key));
 }

@@ -32,7 +32,7 @@ class ScriptEngine {
 
   /// Adds an object under a name; with `members_global` its members can be called without it.
   /// Names are matched without regard to case.
-  void AddObject(std::string_view name, Members members, bool members_global);
+  void AddObject(std::string_view name, const Members& members, bool members_global);
 
   Variant Eval(std::string_view expression) const;
 

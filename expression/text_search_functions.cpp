@@ -20,7 +20,7 @@ bool IgnoresCase(Arguments args, std::size_t index) {
 }
 
 // Case mapping keeps the byte length, so positions found in folded texts hold in the originals.
-std::string Folded(std::string text, bool ignore_case) {
+std::string Folded(const std::string& text, bool ignore_case) {
   return ignore_case ? UpperCase(text) : text;
 }
 

@@ -22,11 +22,12 @@ double SerialOfDay(int year, int month, int day) {
   const int century = static_cast<int>(std::floor(y / 100.0));
   const int leap_days =
       static_cast<int>(std::floor(y / 4.0)) - century + static_cast<int>(std::floor(y / 400.0));
-  return static_cast<double>(y) * 365 + leap_days + (m * 153 + 2) / 5 + (day - 1) - kEpoch;
+  const int day_of_year = (m * 153 + 2) / 5 + (day - 1);
+  return static_cast<double>(y) * 365 + leap_days + day_of_year - kEpoch;
 }
 
 CalendarDay DayOfSerial(double serial) {
-  const int days = static_cast<int>(std::trunc(serial)) + kEpoch;
+  const int days = static_cast<int>(std::clamp(std::trunc(serial), kFirstDay, kLastDay)) + kEpoch;
   int y = static_cast<int>(std::floor(days / 365.2425));
   // The mean year may miss the true one by a day around March 1.
   while (SerialOfDay(y + 1, 3, 1) + kEpoch <= days) ++y;

@@ -49,7 +49,7 @@ bool UsesWhatIsToCome(const std::string& expression) {
   static constexpr std::array kWords = {
       "DateSerial", "DateAdd", "DateDiff", "DatePart",  "DateValue", "Month(",
       "Year(",      "Hour(",   "Weekday",  "MonthName", "Format",    "Array(",
-      "Split(",     "Filter(", "Eval(",    "Unescape",  "vbObject",  "Now"};
+      "Split(",     "Filter(", "Eval(",    "Unescape",  "Now"};
   for (const char* word : kWords) {
     if (expression.find(word) != std::string::npos) return true;
   }
