@@ -1,0 +1,130 @@
+// What is read out of connection strings and statement texts.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <qm/error.h>
+
+#include "dataaccess/connection_string.h"
+#include "dataaccess/plain_select.h"
+#include "dataaccess/sql_scanner.h"
+#include "dataaccess/statement_splitter.h"
+#include "support/raises.h"
+
+namespace qm::test {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+TEST(ConnectionString, KeywordsAndValues) {
+  const struct {
+    const char* text;
+    const char* keyword;
+    const char* value;
+  } cases[] = {
+      {"Provider=SQLite;Data Source=a.db", "provider", "SQLite"},
+      {" DATA source = /my files/ä.db ; ", "Data Source", "/my files/ä.db"},
+      {"Data Source=\"a;b=\"\"c\"\".db\";Provider=x", "data source", "a;b=\"c\".db"},
+      {"Data Source='it''s' ;Provider=x", "Data Source", "it's"},
+      {";;PWD=a b;", "Password", "a b"},
+      {"uid=me", "User ID", "me"},
+      {"Data Source=", "Data Source", ""},
+      {"Data Source=a=b", "Data Source", "a=b"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ParsedConnectionString(c.text).Find(c.keyword), c.value) << c.text;
+  }
+  EXPECT_FALSE(ParsedConnectionString("Provider=x").Find("Data Source"));
+}
+
+TEST(ConnectionString, FaultsNameThePlaceAndNeverAPassword) {
+  constexpr std::string_view kKnown[] = {"Provider", "Data Source", "Password"};
+  const struct {
+    const char* text;
+    const char* named;
+  } cases[] = {
+      {"Provider=x;Colour=red", "\"Colour\""},     {"Provider=x;nonsense", "part 2"},
+      {"Provider=x;Provider=y", "part 2"},         {"Data Source='open", "part 1"},
+      {"Data Source='a' b;Provider=x", "part 1"},  {"Password=sec;ret=1;Provider=x", "part 2"},
+      {"Provider=x;PWD=sec;ret", "part 3"},        {"Provider=x;Password='sec;ret", "part 2"},
+      {"Provider=x;Password='sec'ret;", "part 2"},
+  };
+  for (const auto& c : cases) {
+    const Failure failure = Raises([&] { ParsedConnectionString(c.text).RequireKnown(kKnown); });
+    EXPECT_EQ(failure.number, kErrBadArgument) << c.text;
+    EXPECT_THAT(failure.description, HasSubstr(c.named));
+    EXPECT_THAT(failure.description, Not(HasSubstr("sec")));
+    EXPECT_THAT(failure.description, Not(HasSubstr("ret")));
+  }
+}
+
+TEST(Statement, OneACall) {
+  const char* const allowed[] = {
+      "SELECT 1",
+      "SELECT 1;",
+      " ; SELECT 1 ; -- done; really\n /* ; x */ ;",
+      "SELECT ';', \"a;b\", [c;d], `e;f` FROM t",
+      "SELECT 'it''s; fine'",
+      "SELECT 1 -- ' ; SELECT 2",
+      "SELECT 'open ; SELECT 2",
+  };
+  for (const char* text : allowed)
+    EXPECT_EQ(Raises([&] { RequireSingleStatement(text); }).number, 0);
+  const std::string_view refused[] = {
+      "",
+      " ; -- nothing\n",
+      "SELECT 1; SELECT 2",
+      "SELECT 'O'; DROP TABLE t; --'",
+      "SELECT 1 /* */ ; x",
+      "SELECT [a]]; DROP TABLE t --]",
+      std::string_view("SELECT 1\0; DROP TABLE t", 23),
+  };
+  for (const std::string_view text : refused) {
+    EXPECT_EQ(Raises([&] { RequireSingleStatement(text); }).number, kErrStatement) << text;
+  }
+}
+
+TEST(Statement, RowsOfOneTableAreRecognised) {
+  const struct {
+    const char* text;
+    const char* table;  // empty: no rows of one table
+    const char* reference = "";
+  } cases[] = {
+      {"SELECT * FROM t", "t", "t"},
+      {"select a, b+1 AS c from [My Table] as x where a > (SELECT max(a) FROM u) order by b;",
+       "My Table", "x"},
+      {"SELECT a FROM main.\"t\" LIMIT 3", "t", "\"t\""},
+      {"SELECT a FROM t x WHERE b IN (1, 2) AND (c)", "t", "x"},
+      {"SELECT upper(a) FROM t", "t", "t"},
+      {"SELECT DISTINCT a FROM t", ""},
+      {"SELECT count(*) FROM t", ""},
+      {"SELECT a FROM t ORDER BY count(*)", ""},
+      {"SELECT my_aggregate(a) FROM t", ""},
+      {"SELECT a FROM t GROUP BY a", ""},
+      {"SELECT a FROM t WHERE b = 1 GROUP BY a", ""},
+      {"SELECT a FROM t UNION SELECT a FROM u", ""},
+      {"SELECT a FROM t WHERE b EXCEPT SELECT a FROM u", ""},
+      {"SELECT a FROM t, u", ""},
+      {"SELECT a FROM t JOIN u", ""},
+      {"SELECT a FROM t NATURAL JOIN u", ""},
+      {"SELECT a FROM t AS x LEFT JOIN u", ""},
+      {"SELECT a FROM (SELECT a FROM t)", ""},
+      {"SELECT (SELECT a FROM u) FROM t", ""},
+      {"SELECT a FROM f(1)", ""},
+      {"WITH x AS (SELECT 1) SELECT * FROM x", ""},
+      {"SELECT 1", ""},
+      {"UPDATE t SET a = 1", ""},
+  };
+  for (const auto& c : cases) {
+    const auto plain = ParsePlainSelect(c.text);
+    EXPECT_EQ(plain ? plain->table : "", c.table) << c.text;
+    if (plain) {
+      EXPECT_EQ(plain->reference, c.reference) << c.text;
+    }
+  }
+  EXPECT_EQ(UnquoteName("[a b]"), "a b");
+  EXPECT_EQ(UnquoteName("\"a\"\"b\""), "a\"b");
+}
+
+}  // namespace
+}  // namespace qm::test
