@@ -2,6 +2,9 @@
 
 set(QM_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wcast-align -Wextra-semi)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  list(APPEND QM_WARNINGS -Wno-restrict) # false alarms on std::string + in optimised builds
+endif()
 if(QM_WARNINGS_AS_ERRORS)
   list(APPEND QM_WARNINGS -Werror)
 endif()
