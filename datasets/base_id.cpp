@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 #include <qm/conversions.h>
 #include <qm/error.h>
@@ -59,6 +60,30 @@ Variant PlusOne(const Variant& value) {
   return is_long ? Variant(static_cast<std::int32_t>(next)) : Variant(next);
 }
 
+// The transaction of one pass. Taking the write lock before the counter is read makes users who
+// come at once wait for each other; without it, whoever waits at the update finds the row changed.
+// Inside a transaction of the caller's there is none of its own.
+class PassTransaction {
+ public:
+  void Begin(Connection& registry) {
+    if (registry.State() != kStateOpen) return;
+    try {
+      registry.BeginTrans();
+      registry_ = &registry;
+    } catch (const Error& failure) {
+      if (failure.number() == kErrEngineBusy) throw;
+    }
+  }
+  void End(bool keep) {
+    Connection* const registry = std::exchange(registry_, nullptr);
+    if (registry == nullptr) return;
+    keep ? registry->CommitTrans() : registry->RollbackTrans();
+  }
+
+ private:
+  Connection* registry_ = nullptr;
+};
+
 bool AskToRetry(std::string_view counter, const ErrorState& error) {
   return ShowMessage({.text = "Cannot lock BASEIDs table to update " + std::string(counter) +
                               ".\r\nDo you want to retry?Error: " + error.Text(),
@@ -77,6 +102,7 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
   std::int32_t result = 0;
   std::int16_t retries = 0;
   ErrorState error;
+  PassTransaction pass;
   const auto start_again = [&] {
     ErrorState unheeded;
     unheeded.Run([&] { counter->CancelUpdate(); });
@@ -85,17 +111,24 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
     WaitForTheOthers();
   };
   for (;;) {
-    error.Run(
-        [&] { counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified); });
-    bool at_end = false;
-    error.Run([&] { at_end = counter->Eof(); });
-    if (at_end) {
-      result = 0;
-      break;
+    error.Run([&] { pass.Begin(*registry); });
+    if (!error.Failed()) {
+      error.Run([&] {
+        counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified);
+      });
+      bool at_end = false;
+      error.Run([&] { at_end = counter->Eof(); });
+      if (at_end) {
+        result = 0;
+        error.Run([&] { pass.End(false); });
+        break;
+      }
+      error.Run([&] { counter->SetValue("BaseID", PlusOne(counter->Value("BaseID"))); });
+      error.Run([&] { result = ToInt32(counter->Value("BaseID")); });
+      error.Run([&] { counter->Update(); });
+      const bool keep = !error.Failed();
+      error.Run([&] { pass.End(keep); });
     }
-    error.Run([&] { counter->SetValue("BaseID", PlusOne(counter->Value("BaseID"))); });
-    error.Run([&] { result = ToInt32(counter->Value("BaseID")); });
-    error.Run([&] { counter->Update(); });
     if (retries <= kLastSilentRetry) {
       if (!error.Failed()) break;
       ++retries;
