@@ -215,7 +215,7 @@ Identity ReportedIdentity(const Person& person, const People& people, Random& ra
   if (Names::HasMark(identity.last_name) && random.PerMille(450)) {
     identity.last_name = Names::WithoutMarks(random, identity.last_name);
   }
-  constexpr std::array kCounts = {46, 33, 15, 6};
+  constexpr std::array kCounts = {48, 34, 14, 4};
   auto left = random.PickWeighted(kCounts);
   unsigned made = 0;
   // Some slips cannot happen to some people; another is tried then, each at most once.
