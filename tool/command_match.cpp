@@ -32,13 +32,13 @@ std::vector<Column> Columns(bool explain) {
                                  {"MiddleName", false},       {"PatientLastName", false},
                                  {"PatientFirstName", false}, {"PatientMiddleName", false}};
   if (explain) {
-    columns.insert(columns.end(), {{"Rule", false},
-                                   {"AbstractValue", false},
+    columns.insert(columns.end(), {{"AbstractValue", false},
                                    {"PatientValue", false},
                                    {"Comparison", false},
                                    {"Agreement", true},
                                    {"Weight", true},
-                                   {"Added", true}});
+                                   {"Added", true},
+                                   {"Rule", false}});
   }
   return columns;
 }
@@ -50,15 +50,15 @@ std::string Decimal(double value) {
 }
 
 std::vector<std::string> RuleCells(const RuleScore& rule) {
-  return {rule.expression,
-          rule.abstract_value,
+  return {rule.abstract_value,
           rule.patient_value,
           rule.skipped ? "skipped"
           : rule.exact ? "exact"
                        : "approximate",
           rule.skipped ? "" : std::to_string(rule.agreement),
           Decimal(rule.weight),
-          std::to_string(rule.added)};
+          std::to_string(rule.added),
+          rule.expression};
 }
 
 // The pair's own cells stand on its first line only where people read.

@@ -69,7 +69,7 @@ class Import : public testing::Test {
     return registry_.folder.Write(name, content);
   }
   std::string WriteGzip(const std::string& name, const std::string& content) const {
-    const std::string path = registry_.folder.File(name);
+    std::string path = registry_.folder.File(name);
     const gzFile file = gzopen(path.c_str(), "wb");
     gzwrite(file, content.data(), static_cast<unsigned>(content.size()));
     gzclose_w(file);

@@ -233,7 +233,7 @@ TEST_F(ToolOnARegistry, LayoutPrintsOneFieldOrAll) {
       "Description\r\n";
   const ProgramResult by_item = Qm({"layout", "-d", d_, "2230", "--format", "csv"});
   EXPECT_THAT(by_item.out, StartsWith(head));
-  EXPECT_THAT(by_item.out, HasSubstr(",2230,LastName,3340,40,L,"));
+  EXPECT_THAT(by_item.out, HasSubstr(",2230,LastName,4049,40,L,"));
   EXPECT_EQ(Qm({"layout", "-d", d_, "lastname", "--format", "csv"}).out, by_item.out);
   const ProgramResult old = Qm({"layout", "-d", d_, "--layout", "16", "--format", "csv"});
   EXPECT_EQ(std::count(old.out.begin(), old.out.end(), '\n'), 567);
