@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <vector>
 
@@ -86,9 +87,7 @@ Function RequiredFunction(void* library, const char* name, const std::string& pa
 
 // What the process uses. Threads that compare only read `current`; the rest is behind the mutex.
 struct Binding {
-  struct Choice {
-    std::unique_ptr<const ComparisonLibrary> library;  // null: the built-in functions
-  };
+  using Choice = std::optional<ComparisonLibrary>;  // nothing: the built-in functions
 
   std::mutex mutex;
   std::string path;
@@ -102,18 +101,20 @@ Binding& ProcessBinding() {
   return binding;
 }
 
-std::unique_ptr<const ComparisonLibrary> Load(const std::string& path) {
-  if (!path.empty()) {
-    return std::make_unique<const ComparisonLibrary>(std::filesystem::u8path(path));
-  }
+Binding::Choice Load(const std::string& path) {
+  if (!path.empty()) return ComparisonLibrary(std::u8string(path.begin(), path.end()));
   const auto beside = ComponentFolder() / kLibraryName;
   std::error_code ignored;
-  if (!std::filesystem::exists(beside, ignored)) return nullptr;
+  if (!std::filesystem::exists(beside, ignored)) return std::nullopt;
   try {
-    return std::make_unique<const ComparisonLibrary>(beside);
+    return ComparisonLibrary(beside);
   } catch (const Error&) {
-    return nullptr;
+    return std::nullopt;
   }
+}
+
+const ComparisonLibrary* LibraryOf(const Binding::Choice& choice) {
+  return choice ? &*choice : nullptr;
 }
 
 }  // namespace
@@ -148,15 +149,15 @@ std::string ComparisonLibrary::Soundex(std::string_view name) const {
 const ComparisonLibrary* FindComparisonLibrary() {
   Binding& binding = ProcessBinding();
   if (const auto* choice = binding.current.load(std::memory_order_acquire)) {
-    return choice->library.get();
+    return LibraryOf(*choice);
   }
   const std::lock_guard lock(binding.mutex);
   if (const auto* choice = binding.current.load(std::memory_order_relaxed)) {
-    return choice->library.get();
+    return LibraryOf(*choice);
   }
   binding.choices.push_back(std::make_unique<const Binding::Choice>(Load(binding.path)));
   binding.current.store(binding.choices.back().get(), std::memory_order_release);
-  return binding.choices.back()->library.get();
+  return LibraryOf(*binding.choices.back());
 }
 
 void SetComparisonLibrary(std::string_view path) {

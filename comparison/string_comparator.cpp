@@ -31,8 +31,8 @@ using SimilarTable = std::array<std::array<bool, kSimilarLimit>, kSimilarLimit>;
 constexpr SimilarTable MakeSimilarTable() {
   SimilarTable table{};
   for (const char* pair : kSimilarPairs) {
-    const auto x = static_cast<unsigned>(pair[0]);
-    const auto y = static_cast<unsigned>(pair[1]);
+    const auto x = static_cast<unsigned char>(pair[0]);
+    const auto y = static_cast<unsigned char>(pair[1]);
     table[x][y] = table[y][x] = true;
   }
   return table;
