@@ -89,8 +89,8 @@ TEST(ScriptEngine, TextsAreBoundedHoweverTheyAreMade) {
   const ScriptEngine engine;
   const std::string large = "Space(16000000)";
   EXPECT_EQ(Outcome(engine, "Len(" + large + ")"), "16000000");
-  for (const std::string& expression : {"Space(2000000000)", "String(9000000, ChrW(8364))",
-                                        "Replace(Space(3000), \" \", Space(9000))"}) {
+  for (const char* expression : {"Space(2000000000)", "String(9000000, ChrW(8364))",
+                                 "Replace(Space(3000), \" \", Space(9000))"}) {
     EXPECT_EQ(Outcome(engine, expression), "14 Out of string space") << expression;
   }
   EXPECT_EQ(Outcome(engine, large + "&" + large), "14 Out of string space");
