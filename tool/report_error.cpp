@@ -30,6 +30,16 @@ std::string PlainText(std::int32_t number) {
   }
 }
 
+// A name that the database lacks comes from the statement's own words, not from a record: values
+// stand between quotes there.
+std::string MissingName(std::string_view engine_text) {
+  for (const std::string_view start : {"no such column: ", "no such table: "}) {
+    if (engine_text.starts_with(start)) return ", " + std::string(engine_text);
+  }
+  const bool column = engine_text.find(" has no column named ") != std::string_view::npos;
+  return column ? ", " + std::string(engine_text) : std::string();
+}
+
 }  // namespace
 
 std::string TableOf(std::string_view statement) {
@@ -61,7 +71,8 @@ std::string DescribeError(const Error& error, const Tool& tool) {
   if (tool.doing) text += tool.doing() + ": ";
   text += "error " + std::to_string(error.number()) + " (" + error.source() + "): ";
   const bool plain = error.engine_code() != 0 && error.source() != kConnectSource;
-  text += plain ? PlainText(error.number()) : error.description();
+  text += plain ? PlainText(error.number()) + MissingName(error.description())
+                : std::string(error.description());
   if (const std::string table = TableOf(error.statement()); !table.empty()) {
     text += "; table " + table;
   }

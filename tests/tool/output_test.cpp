@@ -17,9 +17,9 @@ TEST(ResultWriter, WritesEachFormat) {
   };
   const Case cases[] = {
       {Format::kTable,
-       "ID  Name    Note\n"
+       "ID  Name   Note\n"
        " 7  MUÑOZ\n"
-       "12  a b     say \"x\", y\n"
+       "12  a b    say \"x\", y\n"
        "    \xFF\n",
        "ID  Name  Note\n"},
       {Format::kCsv, "ID,Name,Note\r\n7,MUÑOZ,\r\n12,\"a\nb\",\"say \"\"x\"\", y\"\r\n,\xFF,\r\n",
@@ -66,6 +66,12 @@ TEST(DescribeError, TellsValuesOnlyWhenAskedTo) {
   const std::string verbose = DescribeError(engine, tool);
   EXPECT_NE(verbose.find("engine (1): near \"SMITH\""), std::string::npos);
   EXPECT_NE(verbose.find("statement: UPDATE [Patients_2] SET LastName"), std::string::npos);
+
+  tool.settings.verbose = false;
+  const Error column(kErrStatement, "SQLite", "no such column: nosuch", 1,
+                     "SELECT * FROM Patients");
+  EXPECT_NE(DescribeError(column, tool).find("the statement, no such column: nosuch; table"),
+            std::string::npos);
 
   const Error own(kErrNoSuchItem, "QMDataObjects2", "no column 'x'");
   EXPECT_EQ(DescribeError(own, Tool()), "error 3265 (QMDataObjects2): no column 'x'");
