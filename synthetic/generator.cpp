@@ -30,9 +30,9 @@ constexpr std::int64_t kProgressStep = 1000;
 // Streams of random numbers (see Random), besides those of the people.
 constexpr std::uint64_t kRegisteredPurpose = 3;
 constexpr std::uint64_t kIncomingPurpose = 4;
+constexpr std::uint64_t kPairPurpose = 5;
 
-constexpr int kRegisteredShare = 500;  // of a thousand incoming records
-constexpr int kRelativeShare = 260;    // of a thousand newcomers
+constexpr int kRelativeShare = 260;  // of a thousand newcomers
 
 void RequireRange(std::int64_t count, const char* what) {
   if (count >= 0 && count <= kMostPeople) return;
@@ -126,14 +126,20 @@ class Generator {
     for (const std::string& statement : statements) registry.Execute(statement);
   }
 
+  // Of the lines 1 and 2, 3 and 4, … one each is about a registered person, so that few lines also
+  // have their half.
+  bool IsRegistered(std::int64_t line) const {
+    Random random(options_.seed, kPairPurpose, static_cast<std::uint64_t>((line - 1) / 2));
+    return (line % 2 == 0) == random.PerMille(500);
+  }
+
   // Who the record of that line is about; `registered` is set to the number of a registered person.
   Person Reported(std::int64_t line, Random& random,
                   std::optional<std::int64_t>& registered) const {
     const std::int64_t newcomer = options_.patients + line;
     if (options_.patients == 0) return people_.Make(newcomer);
-    const bool known = random.PerMille(kRegisteredShare);
     const std::int64_t number = random.Below(options_.patients);
-    if (known) {
+    if (IsRegistered(line)) {
       registered = number;
       return people_.Make(number);
     }

@@ -13,13 +13,14 @@
 #include <string_view>
 #include <vector>
 
+#include <qm/api.h>
 #include <qm/connection.h>
 
 namespace qm {
 
 /// The layouts that the library carries, oldest first: "11.3", "12", "13", "14", "15", "16", "18".
 /// The control database keeps "11.3" as version 11.
-std::vector<std::string> ShippedLayouts();
+QM_API std::vector<std::string> ShippedLayouts();
 
 struct RegistrySetup {
   /// Layouts by the names of `ShippedLayouts`, in any order; none means all of them. The tables of
@@ -29,16 +30,18 @@ struct RegistrySetup {
 };
 
 /// Fills two empty databases. Both may be the same one.
-void CreateRegistry(const std::shared_ptr<Connection>& registry,
-                    const std::shared_ptr<Connection>& control, const RegistrySetup& setup = {});
+QM_API void CreateRegistry(const std::shared_ptr<Connection>& registry,
+                           const std::shared_ptr<Connection>& control,
+                           const RegistrySetup& setup = {});
 
 /// Makes `registry.db` and `control.db` in a folder, which is made (for its owner alone) when it is
 /// missing; the files are readable and writable by their owner alone. They are built aside and put
 /// in place when complete. A folder that holds either file, or what is left of one, is refused
 /// with kErrIntegrity and left as it was.
-void CreateRegistryFolder(const std::filesystem::path& folder, const RegistrySetup& setup = {});
+QM_API void CreateRegistryFolder(const std::filesystem::path& folder,
+                                 const RegistrySetup& setup = {});
 
 /// The connection string of a database file on SQLite.
-std::string SqliteConnectionString(const std::filesystem::path& file);
+QM_API std::string SqliteConnectionString(const std::filesystem::path& file);
 
 }  // namespace qm
