@@ -50,7 +50,7 @@ void RecordsetImpl::LockRow() {
         open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin), now) &&
         now.size() == row_.size();
     for (std::size_t i = 0; unchanged && i < shape_.columns.size(); ++i) {
-      unchanged = shape_.columns[i].origin.empty() || now[i] == row_[i];
+      unchanged = shape_.columns[i].origin.empty() || SameStored(now[i], row_[i]);
     }
   } catch (...) {
     ForgetEdit();

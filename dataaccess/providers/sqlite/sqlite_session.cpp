@@ -15,6 +15,7 @@
 #include "dataaccess/providers/sqlite/sqlite_statement.h"
 #include "dataaccess/sql_scanner.h"
 #include "dataaccess/stored_form.h"
+#include "runtime/text.h"
 
 namespace qm {
 
@@ -204,6 +205,19 @@ bool SqliteSession::IsRowNumber(const std::string& schema, const std::string& ta
   return code == SQLITE_OK && type != nullptr && std::string_view(type) == "INTEGER" && in_key != 0;
 }
 
+// The engine's own rule for a column of reals, by its declared type.
+bool SqliteSession::KeepsReals(const SqliteTable& table, const std::string& column) const {
+  const char* within = table.schema.empty() ? nullptr : table.schema.c_str();
+  const char* declared = nullptr;
+  sqlite3_table_column_metadata(db_, within, table.name.c_str(), column.c_str(), &declared, nullptr,
+                                nullptr, nullptr, nullptr);
+  const std::string type = UpperCase(declared == nullptr ? "" : declared);
+  const auto holds = [&](const char* part) { return type.find(part) != std::string::npos; };
+  if (holds("INT") || holds("CHAR") || holds("CLOB") || holds("TEXT") || holds("BLOB"))
+    return false;
+  return holds("REAL") || holds("FLOA") || holds("DOUB");
+}
+
 std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text,
                                                           bool with_identity) {
   auto plain_statement = std::make_unique<SqliteRowStatement>(*this, text, text, nullptr);
@@ -282,7 +296,14 @@ bool SqliteSession::UpdateRow(const RowOrigin& origin, std::span<Variant> identi
   while (column < statement.ColumnCount()) stored.push_back(statement.Value(column++));
   // The change is kept only once the statement has run to its end.
   statement.Step();
-  for (std::size_t i = 0; i < changes.size(); ++i) changes[i].value = std::move(stored[i]);
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    changes[i].value = std::move(stored[i]);
+    // A whole number in a column of reals comes back from a write as it is packed, an integer.
+    const auto* whole = changes[i].value.GetIf<std::int32_t>();
+    if (whole != nullptr && KeepsReals(TableOf(origin), changes[i].column)) {
+      changes[i].value = static_cast<double>(*whole);
+    }
+  }
   for (std::size_t i = 0; i < identity.size(); ++i) {
     identity[i] = std::move(stored[changes.size() + i]);
   }

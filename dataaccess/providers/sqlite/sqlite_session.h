@@ -15,6 +15,7 @@
 #include <unordered_map>
 
 #include "dataaccess/provider.h"
+#include "dataaccess/providers/sqlite/sqlite_table.h"
 
 namespace qm {
 
@@ -61,6 +62,7 @@ class SqliteSession : public ProviderSession {
   bool TimeIsUp() const;
   void Connect(const std::string& path, std::int32_t mode);
   void Run(const char* text);
+  bool KeepsReals(const SqliteTable& table, const std::string& column) const;
   void ForgetStatements() noexcept;
 
   sqlite3* db_ = nullptr;

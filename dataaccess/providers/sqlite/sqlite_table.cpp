@@ -44,6 +44,7 @@ std::shared_ptr<SqliteTable> FindTable(SqliteSession& session, const PlainSelect
   }
   if (table->keys.empty()) table->keys = PrimaryKey(session, plain);
   if (table->keys.empty()) return nullptr;
+  table->schema = plain.schema;
   table->name = plain.table;
   table->target = plain.target;
   table->from = plain.table_text;

@@ -26,6 +26,7 @@ class SqliteTable : public RowOrigin {
   std::string UpdateText(std::span<const ColumnChange> changes) const;
   std::string InsertText(std::span<const ColumnChange> values) const;
 
+  std::string schema;             ///< without quotes; empty when the statement gives none
   std::string name;               ///< without quotes
   std::string target;             ///< as a statement writes it
   std::string from;               ///< the same with its alias
