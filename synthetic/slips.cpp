@@ -144,7 +144,7 @@ enum Slip {
   kOtherRace,
   kSlipCount
 };
-constexpr std::array<int, kSlipCount> kShares = {11, 9, 6, 5, 2, 7, 12, 14, 3, 4, 7, 11, 2, 2, 5};
+constexpr std::array<int, kSlipCount> kShares = {11, 9, 6, 5, 2, 7, 12, 14, 3, 4, 7, 9, 2, 2, 5};
 
 // Whether the slip could happen to what is there.
 bool MakeSlip(Slip slip, const Person& person, const People& people, Random& random,
@@ -215,7 +215,7 @@ Identity ReportedIdentity(const Person& person, const People& people, Random& ra
   if (Names::HasMark(identity.last_name) && random.PerMille(450)) {
     identity.last_name = Names::WithoutMarks(random, identity.last_name);
   }
-  constexpr std::array kCounts = {48, 34, 14, 4};
+  constexpr std::array kCounts = {52, 34, 11, 3};
   auto left = random.PickWeighted(kCounts);
   unsigned made = 0;
   // Some slips cannot happen to some people; another is tried then, each at most once.
