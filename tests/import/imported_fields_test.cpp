@@ -77,7 +77,7 @@ std::string Expected(const NAACCRLayout& layout, std::int16_t i, const Character
   value.erase(0, std::min(value.find_first_not_of(' '), value.size()));
   value.erase(value.find_last_not_of(' ') + 1);
   if (value.empty() || layout.FieldType(i) == "X") return value;
-  const std::string code = layout.FieldJustification(i);
+  const std::string& code = layout.FieldJustification(i);
   if (code == "D") return "19570228";
   std::size_t characters = 0;
   for (const char c : value) characters += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
