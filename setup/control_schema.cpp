@@ -64,15 +64,21 @@ std::vector<std::string> ControlTables(const std::vector<ShippedLayout>& layouts
   for (const ShippedLayout& layout : layouts) {
     const std::string version = std::to_string(layout.version);
     const std::string table = "NAACCR" + version + "Fields";
-    statements.push_back("INSERT INTO NAACCRParameters VALUES (" + version + ", " + SqlText(table) +
-                         ", " + SqlText(layout.exchange_code) + ", " +
-                         SqlText(layout.accepted_codes) + ", 'naaccr" + version + ".smf')");
-    statements.push_back("INSERT INTO [NAACCR Versions] VALUES (" + SqlText(version) + ", " +
-                         std::to_string(layout.abstract_length) + ", " +
-                         std::to_string(layout.incidence_length) + ", " +
-                         std::to_string(layout.confidential_length) + ", " +
-                         std::to_string(layout.version_column) + ", 1, " +
-                         std::to_string(layout.StartOf(kStateRequestorItems)) + ")");
+    std::string parameters = "INSERT INTO NAACCRParameters VALUES (" + version;
+    const std::string meta_file = "naaccr" + version + ".smf";
+    for (const std::string_view text : {std::string_view(table), layout.exchange_code,
+                                        layout.accepted_codes, std::string_view(meta_file)}) {
+      parameters += ", ";
+      AppendSqlText(parameters, text);
+    }
+    statements.push_back(parameters + ")");
+    std::string lengths = "INSERT INTO [NAACCR Versions] VALUES (" + SqlText(version);
+    for (const int number :
+         {layout.abstract_length, layout.incidence_length, layout.confidential_length,
+          layout.version_column, 1, layout.StartOf(kStateRequestorItems)}) {
+      lengths += ", " + std::to_string(number);
+    }
+    statements.push_back(lengths + ")");
     AppendFieldTable(statements, layout, table);
   }
   return statements;

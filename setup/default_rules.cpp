@@ -81,6 +81,7 @@ constexpr int kPotentialPatientMatch = 60;
 
 std::vector<std::string> DefaultRules() {
   std::vector<std::string> statements;
+  statements.reserve(kBlockingRules.size() + kMatchingRules.size() + 1);
   for (const BlockingRule& rule : kBlockingRules) {
     statements.push_back(
         "INSERT INTO tblBlockingParameters (AbstractField, PatientField, ignorevalues) VALUES (" +

@@ -89,6 +89,7 @@ std::string CreateFamilyTable(const FamilyTable& table, const std::vector<Shippe
 
 std::vector<std::string> RegistryTables(const std::vector<ShippedLayout>& layouts) {
   std::vector<std::string> statements;
+  statements.reserve(kFamilyTables.size() + kOtherTables.size());
   for (const FamilyTable& table : kFamilyTables) {
     statements.push_back(CreateFamilyTable(table, layouts));
   }
@@ -103,18 +104,19 @@ std::vector<std::string> KeyIndexes() {
 }
 
 std::vector<std::string> MatchingIndexes() {
-  std::vector<std::string> statements;
-  for (const std::string column : kMatchingColumns) {
-    statements.push_back("CREATE INDEX IX_Patients_" + column + " ON Patients (" + column + ")");
-  }
+  std::vector<std::string> statements(kMatchingColumns.size());
+  std::ranges::transform(kMatchingColumns, statements.begin(), [](const std::string& column) {
+    std::string statement = "CREATE INDEX IX_Patients_" + column;
+    return statement.append(" ON Patients (").append(column).append(")");
+  });
   return statements;
 }
 
 std::vector<std::string> DropMatchingIndexes() {
-  std::vector<std::string> statements;
-  for (const std::string column : kMatchingColumns) {
-    statements.push_back("DROP INDEX IX_Patients_" + column);
-  }
+  std::vector<std::string> statements(kMatchingColumns.size());
+  std::ranges::transform(kMatchingColumns, statements.begin(), [](const std::string& column) {
+    return "DROP INDEX IX_Patients_" + column;
+  });
   return statements;
 }
 

@@ -116,6 +116,7 @@ int ShippedLayout::StartOf(int number) const {
 
 std::vector<std::string> ShippedLayouts() {
   std::vector<std::string> names;
+  names.reserve(kVersions.size());
   for (const ShippedLayout& version : kVersions) names.emplace_back(version.name);
   return names;
 }
