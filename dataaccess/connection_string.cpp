@@ -31,8 +31,8 @@ std::string_view Canonical(std::string_view keyword) {
   return keyword;
 }
 
-std::string PartName(int position) {
-  return "part " + std::to_string(position) + " of the connection string";
+std::string PieceName(int position) {
+  return "piece " + std::to_string(position) + " of the connection string";
 }
 
 // Takes the value at the front of `rest`, and the semicolon behind it.
@@ -54,13 +54,13 @@ std::string TakeValue(std::string_view& rest, int position) {
     } else {
       const std::size_t end = std::min(rest.find(';', i), rest.size());
       if (!Strip(rest.substr(i + 1, end - i - 1)).empty()) {
-        RaiseData(kErrBadArgument, PartName(position) + " goes on behind its quoted value");
+        RaiseData(kErrBadArgument, PieceName(position) + " goes on behind its quoted value");
       }
       rest.remove_prefix(std::min(end + 1, rest.size()));
       return value;
     }
   }
-  RaiseData(kErrBadArgument, PartName(position) + " has an open quote");
+  RaiseData(kErrBadArgument, PieceName(position) + " has an open quote");
 }
 
 }  // namespace
@@ -71,7 +71,7 @@ ParsedConnectionString::ParsedConnectionString(std::string_view text) {
     const std::size_t end = text.find_first_of("=;");
     if (end == std::string_view::npos || text[end] == ';') {
       if (!Strip(text.substr(0, end)).empty()) {
-        RaiseData(kErrBadArgument, PartName(position) + " has no \"=\"");
+        RaiseData(kErrBadArgument, PieceName(position) + " has no \"=\"");
       }
       text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
       continue;
@@ -80,7 +80,7 @@ ParsedConnectionString::ParsedConnectionString(std::string_view text) {
     text.remove_prefix(end + 1);
     part.value = TakeValue(text, position);
     if (FindPart(part.keyword) != nullptr) {
-      RaiseData(kErrBadArgument, PartName(position) + " repeats a keyword");
+      RaiseData(kErrBadArgument, PieceName(position) + " repeats a keyword");
     }
     behind_password = behind_password || EqualsIgnoreCase(part.keyword, "Password");
     parts_.push_back(std::move(part));
@@ -110,7 +110,7 @@ void ParsedConnectionString::RequireKnown(std::span<const std::string_view> know
     const auto same = [&](std::string_view name) { return EqualsIgnoreCase(name, part.keyword); };
     if (std::any_of(known.begin(), known.end(), same)) continue;
     RaiseData(kErrBadArgument, part.behind_password
-                                   ? PartName(part.position) + " has an unknown keyword"
+                                   ? PieceName(part.position) + " has an unknown keyword"
                                    : "unknown keyword \"" + part.keyword + "\"");
   }
 }

@@ -23,9 +23,9 @@
 // An expression's column refuses likewise. A row that another user deleted is kErrRowDeleted when
 // read, and can be moved over.
 //
-// Values. Integers are Long (LongLong beyond 32 bits), reals Double, texts and bytes String. What is
-// assigned is kept by its type: True as -1, Currency as a real, a date as the text `YYYY-MM-DD` with
-// ` HH:MM:SS` when it has a time, Empty as Null; an array or Nothing is 3421.
+// Values. Integers are Long (LongLong beyond 32 bits), reals Double, texts and bytes String. What
+// is assigned is kept by its type: True as -1, Currency as a real, a date as the text `YYYY-MM-DD`
+// with ` HH:MM:SS` when it has a time, Empty as Null; an array or Nothing is 3421.
 #pragma once
 
 #include <cstdint>

@@ -41,7 +41,7 @@ TEST_F(ConnectionTest, WhatCannotBeOpenedSaysWhyAndNeverThePassword) {
       {"Provider=Ledger;Password=secret", kErrUnknownProvider, "Ledger"},
       {"Password=secret;Provider=secret2", kErrUnknownProvider, "Provider"},
       {"Provider=SQLite;Data Source=x;Colour=1", kErrBadArgument, "Colour"},
-      {"Provider=SQLite;Data Source=x;Password=a;secret=1", kErrBadArgument, "part 4"},
+      {"Provider=SQLite;Data Source=x;Password=a;secret=1", kErrBadArgument, "piece 4"},
       {"Provider=SQLite", kErrBadArgument, "Data Source"},
       {"Provider=SQLite;Data Source=/nowhere/x.db;PWD=secret", kErrEngine, "/nowhere/x.db"},
       {"Provider=SQLite;Data Source=:memory:", kErrEngine, "no such file"},

@@ -43,11 +43,11 @@ TEST(ConnectionString, FaultsNameThePlaceAndNeverAPassword) {
     const char* text;
     const char* named;
   } cases[] = {
-      {"Provider=x;Colour=red", "\"Colour\""},     {"Provider=x;nonsense", "part 2"},
-      {"Provider=x;Provider=y", "part 2"},         {"Data Source='open", "part 1"},
-      {"Data Source='a' b;Provider=x", "part 1"},  {"Password=sec;ret=1;Provider=x", "part 2"},
-      {"Provider=x;PWD=sec;ret", "part 3"},        {"Provider=x;Password='sec;ret", "part 2"},
-      {"Provider=x;Password='sec'ret;", "part 2"},
+      {"Provider=x;Colour=red", "\"Colour\""},      {"Provider=x;nonsense", "piece 2"},
+      {"Provider=x;Provider=y", "piece 2"},         {"Data Source='open", "piece 1"},
+      {"Data Source='a' b;Provider=x", "piece 1"},  {"Password=sec;ret=1;Provider=x", "piece 2"},
+      {"Provider=x;PWD=sec;ret", "piece 3"},        {"Provider=x;Password='sec;ret", "piece 2"},
+      {"Provider=x;Password='sec'ret;", "piece 2"},
   };
   for (const auto& c : cases) {
     const Failure failure = Raises([&] { ParsedConnectionString(c.text).RequireKnown(kKnown); });
