@@ -12,7 +12,8 @@ int main() {
     session.Connect("Provider=SQLite;Data Source=no such file", qm::qmModeReadWrite, 5, 5);
   } catch (const qm::Error& error) {
     std::cout << error.number() << ' ' << error.source() << '\n';
-    return error.number() == qm::kObjectErrorBase + 1000 && qm::Matcher().CutoffScore() == 0 ? 0 : 1;
+    return error.number() == qm::kObjectErrorBase + 1000 && qm::Matcher().CutoffScore() == 0 ? 0
+                                                                                             : 1;
   }
   return 1;
 }
