@@ -62,26 +62,44 @@ Variant PlusOne(const Variant& value) {
 
 // The transaction of one pass. Taking the write lock before the counter is read makes users who
 // come at once wait for each other; without it, whoever waits at the update finds the row changed.
-// Inside a transaction of the caller's there is none of its own.
+// There is none inside a transaction of the caller's, nor where the lock does not come within a
+// second: the pass then runs as it is, and its update meets the time-out.
 class PassTransaction {
  public:
-  void Begin(Connection& registry) {
-    if (registry.State() != kStateOpen) return;
+  explicit PassTransaction(std::shared_ptr<Connection> registry) : registry_(std::move(registry)) {
+    if (registry_->State() != kStateOpen) return;
+    const std::int32_t timeout = registry_->CommandTimeout();
+    if (timeout != 1) registry_->SetCommandTimeout(1);
     try {
-      registry.BeginTrans();
-      registry_ = &registry;
-    } catch (const Error& failure) {
-      if (failure.number() == kErrEngineBusy) throw;
+      registry_->BeginTrans();
+      begun_ = true;
+    } catch (const Error&) {
+      // What stands in the way shows in the steps of the pass.
     }
+    if (timeout != 1) registry_->SetCommandTimeout(timeout);
   }
+  ~PassTransaction() {
+    ErrorState unheeded;
+    unheeded.Run([&] { End(false); });
+  }
+  PassTransaction(const PassTransaction&) = delete;
+  PassTransaction& operator=(const PassTransaction&) = delete;
+
   void End(bool keep) {
-    Connection* const registry = std::exchange(registry_, nullptr);
-    if (registry == nullptr) return;
-    keep ? registry->CommitTrans() : registry->RollbackTrans();
+    if (!begun_) return;
+    begun_ = false;
+    try {
+      keep ? registry_->CommitTrans() : registry_->RollbackTrans();
+    } catch (const Error&) {
+      ErrorState unheeded;
+      unheeded.Run([&] { registry_->RollbackTrans(); });
+      throw;
+    }
   }
 
  private:
-  Connection* registry_ = nullptr;
+  std::shared_ptr<Connection> registry_;
+  bool begun_ = false;
 };
 
 bool AskToRetry(std::string_view counter, const ErrorState& error) {
@@ -97,12 +115,10 @@ bool AskToRetry(std::string_view counter, const ErrorState& error) {
 std::int32_t GetNextBaseID(std::string_view strTable) {
   const std::string sql =
       "select BaseID from BaseIDs where BaseIDName='" + std::string(strTable) + "'";
-  const auto& registry = CurrentSession().gcnRegistry.Get();
-  const std::shared_ptr<Recordset> counter = registry->CreateRecordset();
+  const std::shared_ptr<Recordset> counter = CurrentSession().gcnRegistry.Get()->CreateRecordset();
   std::int32_t result = 0;
   std::int16_t retries = 0;
   ErrorState error;
-  PassTransaction pass;
   const auto start_again = [&] {
     ErrorState unheeded;
     unheeded.Run([&] { counter->CancelUpdate(); });
@@ -111,24 +127,23 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
     WaitForTheOthers();
   };
   for (;;) {
-    error.Run([&] { pass.Begin(*registry); });
-    if (!error.Failed()) {
-      error.Run([&] {
-        counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified);
-      });
-      bool at_end = false;
-      error.Run([&] { at_end = counter->Eof(); });
-      if (at_end) {
-        result = 0;
-        error.Run([&] { pass.End(false); });
-        break;
-      }
-      error.Run([&] { counter->SetValue("BaseID", PlusOne(counter->Value("BaseID"))); });
-      error.Run([&] { result = ToInt32(counter->Value("BaseID")); });
-      error.Run([&] { counter->Update(); });
-      const bool keep = !error.Failed();
-      error.Run([&] { pass.End(keep); });
+    // Asked for on each pass: whoever answers the question may have connected anew.
+    const std::shared_ptr<Connection> registry = CurrentSession().gcnRegistry.Get();
+    PassTransaction pass(registry);
+    error.Run(
+        [&] { counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified); });
+    bool at_end = false;
+    error.Run([&] { at_end = counter->Eof(); });
+    if (at_end) {
+      result = 0;
+      error.Run([&] { pass.End(false); });
+      break;
     }
+    error.Run([&] { counter->SetValue("BaseID", PlusOne(counter->Value("BaseID"))); });
+    error.Run([&] { result = ToInt32(counter->Value("BaseID")); });
+    error.Run([&] { counter->Update(); });
+    const bool keep = !error.Failed();
+    error.Run([&] { pass.End(keep); });
     if (retries <= kLastSilentRetry) {
       if (!error.Failed()) break;
       ++retries;

@@ -41,7 +41,6 @@ std::partial_ordering OrderNumbers(const Variant& a, const Variant& b) {
 
 // What a text stands for beside a literal of another type.
 Variant AsTypeOf(const Variant& literal, const Variant& text) {
-  if (literal.Type() == VarType::kBoolean) return ToBool(text);
   if (literal.Type() == VarType::kDate) return ToDate(text);
   return ToDouble(text);
 }

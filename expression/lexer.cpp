@@ -66,6 +66,7 @@ Token Lexer::Next() {
     if (hex || octal) return TakeRadixNumber();
   }
   if (IsLetter(c)) return TakeName();
+  if (c == '[') return TakeBracketedName();
   return TakeSymbol();
 }
 
@@ -148,6 +149,16 @@ Token Lexer::TakeName() {
   while (IsNamePart(Peek())) ++at_;
   if (at_ - begin > kLongestName) RaiseSyntax(kIdentifierTooLong);
   return {TokenKind::kName, text_.substr(begin, at_ - begin), {}};
+}
+
+// Any characters between brackets are a name, also those of a reserved word.
+Token Lexer::TakeBracketedName() {
+  const std::size_t begin = at_ + 1;
+  const auto end = text_.find_first_of("]\r\n", begin);
+  if (end == std::string_view::npos || text_[end] != ']') RaiseSyntax(kInvalidCharacter);
+  if (end - begin > kLongestName) RaiseSyntax(kIdentifierTooLong);
+  at_ = end + 1;
+  return {TokenKind::kBracketedName, text_.substr(begin, end - begin), {}};
 }
 
 Token Lexer::TakeSymbol() {

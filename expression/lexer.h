@@ -12,9 +12,10 @@ namespace qm {
 
 enum class TokenKind : std::uint8_t {
   kEnd,
-  kLiteral,  ///< a number, text or date, in `value`
-  kName,     ///< an identifier or keyword
-  kSymbol    ///< an operator's sign, a parenthesis, a comma, a point
+  kLiteral,        ///< a number, text or date, in `value`
+  kName,           ///< an identifier or keyword
+  kBracketedName,  ///< an identifier in brackets, without them
+  kSymbol          ///< an operator's sign, a parenthesis, a comma, a point
 };
 
 struct Token {
@@ -40,6 +41,7 @@ class Lexer {
   Token TakeNumber();
   Token TakeRadixNumber();
   Token TakeName();
+  Token TakeBracketedName();
   Token TakeSymbol();
 
   std::string_view text_;

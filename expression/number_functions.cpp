@@ -29,7 +29,7 @@ Variant Keep(const Variant& value, OfReal of_real) {
     case VarType::kSingle:
       return static_cast<float>(of_real(static_cast<double>(value.Get<float>())));
     case VarType::kCurrency:
-      return ToCurrency(Variant(of_real(ToDouble(value))));
+      return CurrencyOf(of_real(static_cast<long double>(value.Get<Currency>().scaled) / 10000));
     case VarType::kDate:
       return ToDate(Variant(of_real(ToDouble(value))));
     default:
@@ -38,16 +38,16 @@ Variant Keep(const Variant& value, OfReal of_real) {
 }
 
 Variant Int(Arguments args) {
-  return Keep(args[0], [](double x) { return std::floor(x); });
+  return Keep(args[0], [](auto x) { return std::floor(x); });
 }
 
 Variant Fix(Arguments args) {
-  return Keep(args[0], [](double x) { return std::trunc(x); });
+  return Keep(args[0], [](auto x) { return std::trunc(x); });
 }
 
 Variant Abs(Arguments args) {
   const bool negative = !args[0].IsNull() && ToDouble(args[0]) < 0;
-  if (!negative) return Keep(args[0], [](double x) { return x; });
+  if (!negative) return Keep(args[0], [](auto x) { return x; });
   return args[0].IsText() ? Variant(-ToDouble(args[0])) : Negate(args[0]);
 }
 
@@ -61,11 +61,11 @@ Variant Round(Arguments args) {
   const std::int32_t digits = args.size() > 1 ? WholeArgument(args[1], 0) : 0;
   if (digits > kMostDigits) RaiseRunTime(kErrInvalidCall);
   const double scale = std::pow(10.0, digits);
-  return Keep(args[0], [scale](double x) {
-    const double scaled = x * scale;
+  return Keep(args[0], [scale](auto x) {
+    const auto scaled = x * scale;
     // From here on a double has no fraction left to round.
     constexpr double kWhole = 4503599627370496.0;
-    return std::abs(scaled) < kWhole ? RoundHalfEven(scaled) / scale : x;
+    return std::abs(scaled) < kWhole ? std::nearbyint(scaled) / scale : x;
   });
 }
 

@@ -139,12 +139,14 @@ class Parser {
       if (!TakeSymbol(")")) RaiseSyntax(kExpectedClosingParenthesis);
       return literal;
     }
-    if (token_.kind != TokenKind::kName) RaiseSyntax(kSyntaxError);
+    if (!AtName()) RaiseSyntax(kSyntaxError);
+    const bool bracketed = token_.kind == TokenKind::kBracketedName;
     const std::string name(token_.text);
     Advance();
+    if (bracketed) return ReadNamed(name);
     if (const auto constant = Keyword(name)) {
       PushConstant(*constant);
-      return constant->Type() == VarType::kBoolean;
+      return false;  // beside a text, True and False are values like any other
     }
     for (const std::string_view word : kReservedWords) {
       if (EqualsIgnoreCase(name, word)) RaiseSyntax(kSyntaxError);
@@ -153,6 +155,15 @@ class Parser {
       PushConstant(std::move(*constant));
       return false;
     }
+    return ReadNamed(name);
+  }
+
+  bool AtName() const {
+    return token_.kind == TokenKind::kName || token_.kind == TokenKind::kBracketedName;
+  }
+
+  // A name with all that is called, indexed or asked of it; never a literal.
+  bool ReadNamed(const std::string& name) {
     ReadName(name);
     while (AtSymbol("(") || AtSymbol(".")) ReadAccess();
     return false;
@@ -199,7 +210,7 @@ class Parser {
 
   std::string TakeMemberName() {
     Advance();
-    if (token_.kind != TokenKind::kName) RaiseSyntax(kExpectedIdentifier);
+    if (!AtName()) RaiseSyntax(kExpectedIdentifier);
     std::string name(token_.text);
     Advance();
     return name;

@@ -23,8 +23,8 @@ std::int64_t CountRows(Recordset& recordset) {
   return count;
 }
 
-MatchRule ReadRule(const Recordset& row) {
-  MatchRule rule;
+// Column by column, so that a rule that fails keeps what was read of it.
+void ReadRule(const Recordset& row, MatchRule& rule) {
   rule.field_expression = ToTextOrEmpty(row.Value("FieldName"));
   rule.weight = ToDouble(row.Value("Weight"));
   const Variant missing_values = row.Value("MissingValues");
@@ -33,7 +33,6 @@ MatchRule ReadRule(const Recordset& row) {
   const Variant parameter = row.Value("StringComparatorParam");
   rule.comparator_parameter = parameter.IsNull() ? std::int16_t{0} : ToInt16(parameter);
   rule.alias_name = ToTextOrEmpty(row.Value("AliasName"));
-  return rule;
 }
 
 void LoadRules(const std::shared_ptr<Connection>& connection, std::vector<MatchRule>& rules) {
@@ -46,7 +45,7 @@ void LoadRules(const std::shared_ptr<Connection>& connection, std::vector<MatchR
   for (const Recordset& row : rows->Rows()) {
     // A row that came in after the count has no place.
     if (counter > count) RaiseRunTime(kErrSubscript);
-    rules[static_cast<std::size_t>(counter) - 1] = ReadRule(row);
+    ReadRule(row, rules[static_cast<std::size_t>(counter) - 1]);
     counter = NarrowInt16(counter + 1);
   }
   rows->Close();

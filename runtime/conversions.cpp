@@ -113,8 +113,20 @@ float ToSingle(const Variant& value) {
 
 Currency ToCurrency(const Variant& value) {
   if (const auto* same = value.GetIf<Currency>()) return *same;
-  const double scaled = RoundHalfEven(ToDouble(value) * 10000);
-  constexpr double kLimit = 9223372036854775808.0;
+  const auto* text = value.GetIf<std::string>();
+  const auto wide = text != nullptr ? ReadWideNumber(*text) : std::nullopt;
+  if (wide) return CurrencyOf(*wide);
+  // A double is scaled as a double while that keeps its fraction, so that -0.00005 is a half.
+  const double amount = ToDouble(value);
+  constexpr double kWhole = 4503599627370496.0;
+  const double scaled = amount * 10000;
+  return std::abs(scaled) < kWhole ? Currency{static_cast<std::int64_t>(RoundHalfEven(scaled))}
+                                   : CurrencyOf(amount);
+}
+
+Currency CurrencyOf(long double amount) {
+  const long double scaled = std::nearbyint(amount * 10000);  // halves to the even neighbour
+  constexpr long double kLimit = 9223372036854775808.0L;
   if (!(scaled >= -kLimit && scaled < kLimit)) RaiseRunTime(kErrOverflow);
   return Currency{static_cast<std::int64_t>(scaled)};
 }

@@ -99,8 +99,9 @@ struct Reader {
   }
 };
 
-double Convert(const std::string& digits) {
-  double value = 0;
+template <typename Real>
+Real Convert(const std::string& digits) {
+  Real value = 0;
   const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   static_cast<void>(end);
   if (code != std::errc::result_out_of_range) return value;
@@ -110,17 +111,17 @@ double Convert(const std::string& digits) {
   const bool small = exponent == std::string::npos
                          ? digits.find_first_of("123456789.") == digits.find('.')
                          : digits.find('-', exponent) != digits.npos;
-  return small ? 0.0 : std::numeric_limits<double>::infinity();
+  return small ? Real{0} : std::numeric_limits<Real>::infinity();
 }
 
-}  // namespace
-
-std::optional<NumberText> ReadNumber(std::string_view text) {
+std::string_view Strip(std::string_view text) {
   while (!text.empty() && IsSpace(text.front())) text.remove_prefix(1);
   while (!text.empty() && IsSpace(text.back())) text.remove_suffix(1);
-  if (text.empty()) return std::nullopt;
-  if (text.front() == '&') return ReadRadix(text);
+  return text;
+}
 
+template <typename Real>
+std::optional<Real> ReadDecimal(std::string_view text) {
   Reader reader{text};
   while (reader.TakeMark(true)) {
   }
@@ -133,8 +134,26 @@ std::optional<NumberText> ReadNumber(std::string_view text) {
     reader.Next();
   }
   if (!reader.rest.empty()) return std::nullopt;
-  const double value = Convert(digits);
-  return NumberText{reader.negative && value != 0 ? -value : value, std::nullopt};
+  const Real value = Convert<Real>(digits);
+  return reader.negative && value != 0 ? -value : value;
+}
+
+}  // namespace
+
+std::optional<NumberText> ReadNumber(std::string_view text) {
+  text = Strip(text);
+  if (text.empty()) return std::nullopt;
+  if (text.front() == '&') return ReadRadix(text);
+  const auto value = ReadDecimal<double>(text);
+  return value ? std::optional(NumberText{*value, std::nullopt}) : std::nullopt;
+}
+
+std::optional<long double> ReadWideNumber(std::string_view text) {
+  text = Strip(text);
+  if (text.empty()) return std::nullopt;
+  if (text.front() != '&') return ReadDecimal<long double>(text);
+  const auto number = ReadRadix(text);
+  return number ? std::optional<long double>(number->value) : std::nullopt;
 }
 
 std::string RealText(double value, int digits) {

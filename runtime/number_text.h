@@ -19,6 +19,9 @@ struct NumberText {
 /// number. A number too large for a double reads as infinity.
 std::optional<NumberText> ReadNumber(std::string_view text);
 
+/// The same number with the 64 bits of precision that ten-thousandths in 64 bits need.
+std::optional<long double> ReadWideNumber(std::string_view text);
+
 /// At most `digits` significant digits, no trailing zeros; exponents as in "1E+15", "1.5E-07".
 std::string RealText(double value, int digits);
 /// Ten-thousandths as an amount: "12.5", "-0.0001".

@@ -12,15 +12,38 @@ char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32
 
 bool IsContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
-// Latin-1 letters are C3 80–BF in UTF-8; capital and small differ by 0x20 except × and ÷, and ß has
-// no capital of one character; ÿ's capital stands elsewhere.
-template <typename Ascii, typename Latin>
-std::string MapCase(std::string_view text, Ascii ascii, Latin latin) {
+// Whether a letter of U+0100 to U+017F is the small one of its pair, and whether it has a pair:
+// capitals are even up to Ķ and from Ŋ to Ŷ, odd from Ĺ to Ň and from Ź to Ž.
+bool HasPair(unsigned letter) {
+  return letter != 0x130U && letter != 0x131U && letter != 0x138U && letter != 0x149U &&
+         letter != 0x178U && letter != 0x17FU;
+}
+bool IsSmallOfPair(unsigned letter) {
+  const bool odd_capitals = (letter >= 0x139U && letter <= 0x148U) || letter >= 0x179U;
+  return ((letter & 1U) != 0) != odd_capitals;
+}
+
+unsigned UpperLatin(unsigned letter) {
+  if (letter == 0xFFU) return 0x178U;
+  if (letter >= 0xE0U && letter <= 0xFEU && letter != 0xF7U) return letter - 0x20U;
+  return letter >= 0x100U && HasPair(letter) && IsSmallOfPair(letter) ? letter - 1 : letter;
+}
+unsigned LowerLatin(unsigned letter) {
+  if (letter == 0x178U) return 0xFFU;
+  if (letter >= 0xC0U && letter <= 0xDEU && letter != 0xD7U) return letter + 0x20U;
+  return letter >= 0x100U && HasPair(letter) && !IsSmallOfPair(letter) ? letter + 1 : letter;
+}
+
+// Latin letters up to U+017F stand in two bytes, C3 80 to C5 BF, in either case.
+std::string MapCase(std::string_view text, char (*ascii)(char), unsigned (*latin)(unsigned)) {
   std::string result(text);
   for (std::size_t i = 0; i < result.size(); ++i) {
-    if (result[i] == '\xC3' && i + 1 < result.size()) {
-      ++i;
-      result[i] = static_cast<char>(latin(static_cast<unsigned char>(result[i])));
+    if (result[i] >= '\xC3' && result[i] <= '\xC5' && i + 1 < result.size()) {
+      const auto lead = static_cast<unsigned char>(result[i]);
+      const auto rest = static_cast<unsigned char>(result[i + 1]);
+      const unsigned letter = latin(((lead & 0x1FU) << 6U) | (rest & 0x3FU));
+      result[i] = static_cast<char>(0xC0U | (letter >> 6U));
+      result[++i] = static_cast<char>(0x80U | (letter & 0x3FU));
     } else {
       result[i] = ascii(result[i]);
     }
@@ -40,17 +63,9 @@ std::size_t Advance(std::string_view text, std::size_t from, std::size_t charact
 
 }  // namespace
 
-std::string UpperCase(std::string_view text) {
-  return MapCase(text, UpperAscii, [](unsigned byte) {
-    return byte >= 0xA0U && byte <= 0xBEU && byte != 0xB7U ? byte - 0x20U : byte;
-  });
-}
+std::string UpperCase(std::string_view text) { return MapCase(text, UpperAscii, UpperLatin); }
 
-std::string LowerCase(std::string_view text) {
-  return MapCase(text, LowerAscii, [](unsigned byte) {
-    return byte >= 0x80U && byte <= 0x9EU && byte != 0x97U ? byte + 0x20U : byte;
-  });
-}
+std::string LowerCase(std::string_view text) { return MapCase(text, LowerAscii, LowerLatin); }
 
 bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),

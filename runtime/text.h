@@ -8,7 +8,8 @@
 
 namespace qm {
 
-/// ASCII letters and the two-byte Latin letters (é to É) in upper or lower case.
+/// ASCII letters and the Latin letters up to U+017F (é to É, š to Š) in upper or lower case; the
+/// length in bytes stays.
 std::string UpperCase(std::string_view text);
 std::string LowerCase(std::string_view text);
 /// Equality without regard to the case of ASCII letters: names of columns, tables, keywords.

@@ -19,6 +19,8 @@ QM_API std::uint8_t ToByte(const Variant& value);
 QM_API float ToSingle(const Variant& value);
 QM_API double ToDouble(const Variant& value);
 QM_API Currency ToCurrency(const Variant& value);
+/// The amount to four decimals.
+QM_API Currency CurrencyOf(long double amount);
 QM_API bool ToBool(const Variant& value);
 /// The text form: numbers with a point and without blanks, Single with 7 and Double with 15
 /// significant digits, "True"/"False", dates in US short form ("1/2/2020 3:04:05 PM").
