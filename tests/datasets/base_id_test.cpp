@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <optional>
 #include <set>
 #include <thread>
 
@@ -119,6 +120,36 @@ TEST(BaseId, TheSeventhPassAsksEvenWhenItSucceeded) {
     EXPECT_EQ(small.Registry("SELECT BaseID FROM BaseIDs WHERE BaseIDName = 'AbsRefID'"),
               retry ? "12" : "11");
   }
+}
+
+// A reader in the way of the commit, as databases without a write-ahead log have it.
+TEST(BaseId, ACommitThatFailsIsUndone) {
+  SmallRegistry small;
+  Surroundings around;
+  const auto registry = small.connection.Registry();
+  registry->Close();
+  small.ChangeRegistry("PRAGMA journal_mode=DELETE");
+  registry->SetCommandTimeout(1);
+  registry->Open();
+  auto reader = std::make_optional<SqliteFile>(small.registry_path);
+  reader->Exec("BEGIN; SELECT count(*) FROM BaseIDs");
+  around.on_wait = [&](std::size_t) { reader.reset(); };
+  EXPECT_EQ(small.data_sets.BaseID("AbsRefID"), 11);
+  EXPECT_EQ(around.waits().size(), 2U);
+  EXPECT_EQ(registry->BeginTrans(), 1) << "a transaction was left open";
+}
+
+TEST(BaseId, TheAnswerMayConnectAnew) {
+  SmallRegistry small;
+  Surroundings around;
+  small.ChangeRegistry(kRefuse);
+  around.on_question = [&](std::size_t) {
+    small.connection.Disconnect();
+    small.ChangeRegistry(kAllow);
+    small.connection.SetRegistry(OpenSqlite(small.registry_path));
+    return MessageAnswer::kYes;
+  };
+  EXPECT_EQ(small.data_sets.BaseID("AbsRefID"), 11);
 }
 
 // A client of its own: takes identifiers and writes them down.
