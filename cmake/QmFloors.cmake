@@ -1,4 +1,4 @@
-# The folders of the library, each one target, gathered into one library `qm`.
+# The folders of the library, each one target, gathered into one library `QMDataObjects2`.
 
 set(QM_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Wold-style-cast
   -Woverloaded-virtual -Wcast-align -Wextra-semi)
@@ -48,16 +48,16 @@ function(qm_library)
   foreach(folder IN LISTS QM_FLOORS)
     list(APPEND objects $<TARGET_OBJECTS:qm_${folder}>)
   endforeach()
-  add_library(qm ${objects})
-  add_library(QMDataObjects::qm ALIAS qm)
-  set_target_properties(qm PROPERTIES OUTPUT_NAME QMDataObjects2 LINKER_LANGUAGE CXX
+  add_library(QMDataObjects2 ${objects})
+  add_library(QMDataObjects::qm ALIAS QMDataObjects2)
+  set_target_properties(QMDataObjects2 PROPERTIES EXPORT_NAME qm LINKER_LANGUAGE CXX
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
-  target_compile_features(qm PUBLIC cxx_std_20)
-  target_include_directories(qm PUBLIC
+  target_compile_features(QMDataObjects2 PUBLIC cxx_std_20)
+  target_include_directories(QMDataObjects2 PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
-  target_link_libraries(qm PRIVATE SQLite::SQLite3 ZLIB::ZLIB ${CMAKE_DL_LIBS})
+  target_link_libraries(QMDataObjects2 PRIVATE SQLite::SQLite3 ZLIB::ZLIB ${CMAKE_DL_LIBS})
   if(QM_SANITIZE)
-    target_link_options(qm PUBLIC ${QM_SANITIZERS})
+    target_link_options(QMDataObjects2 PUBLIC ${QM_SANITIZERS})
   endif()
 
   # What the program and the tests link: all of the library, also what a shared one hides.
@@ -68,6 +68,6 @@ function(qm_library)
     target_link_libraries(qm_static PUBLIC SQLite::SQLite3 ZLIB::ZLIB ${CMAKE_DL_LIBS})
     target_link_libraries(qm_whole INTERFACE qm_static)
   else()
-    target_link_libraries(qm_whole INTERFACE qm)
+    target_link_libraries(qm_whole INTERFACE QMDataObjects2)
   endif()
 endfunction()

@@ -2,7 +2,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-install(TARGETS qm EXPORT QMDataObjectsTargets)
+install(TARGETS QMDataObjects2 EXPORT QMDataObjectsTargets)
 install(DIRECTORY include/qm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(QM_BUILD_TOOL)
   install(TARGETS qm_tool)
