@@ -48,6 +48,14 @@ class RecordsetImpl final : public Recordset {
   void MoveNext() override;
   void MovePrevious() override;
   std::int64_t RecordCount() const override;
+  bool Supports(std::int32_t option) const override;
+  void Find(std::string_view criteria, std::int64_t skip, std::int32_t direction,
+            const Variant& start) override;
+  Variant Bookmark() const override;
+  void SetBookmark(const Variant& bookmark) override;
+  std::string Index() const override { return index_; }
+  void SetIndex(std::string_view name) override;
+  void Seek(const Variant& key, std::int32_t option) override;
 
   int FieldCount() const override;
   const std::string& FieldName(int ordinal) const override;
@@ -106,6 +114,7 @@ class RecordsetImpl final : public Recordset {
   std::int32_t cursor_location_ = kUseServer;
   std::int64_t max_records_ = 0;
   std::int32_t options_ = kOptionsUnspecified;
+  std::string index_;
   bool preserve_on_commit_ = false;
   bool preserve_on_abort_ = false;
 
