@@ -128,6 +128,7 @@ class QM_API Record {
  protected:
   explicit Record(std::unique_ptr<SplitRecord> record);
   ~Record();
+  SplitRecord& Split();
 
  private:
   std::unique_ptr<SplitRecord> record_;
