@@ -70,11 +70,17 @@ void SplitRecord::Open(qm::Recordset& recordset, int table) {
   stale_[static_cast<std::size_t>(table) - 1] = false;
 }
 
+// A new row that waits in the primary table and in this one is the same record's.
+bool SplitRecord::ShowsRecord(const qm::Recordset& recordset, int table) const {
+  if (!stale_[static_cast<std::size_t>(table) - 1]) return true;
+  return recordset.EditMode() == kEditAdd && Primary().EditMode() == kEditAdd;
+}
+
 qm::Recordset& SplitRecord::Current(int table) {
   qm::Recordset& recordset = *At(recordsets_, table - 1);
   if (table == 1) return recordset;
   const bool open = recordset.State() == kStateOpen;
-  if (open && !stale_[static_cast<std::size_t>(table) - 1]) return recordset;
+  if (open && ShowsRecord(recordset, table)) return recordset;
   if (open) recordset.Close();
   Open(recordset, table);
   return recordset;

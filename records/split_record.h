@@ -81,6 +81,7 @@ class SplitRecord {
   void SavePrimaryWithMemo();
   bool TextsAreThoseOf(const Variant& memo) const;
   std::string XmlValue(std::int16_t index);
+  bool ShowsRecord(const qm::Recordset& recordset, int table) const;
   qm::Recordset& Current(int table);
   void Open(qm::Recordset& recordset, int table);
   bool IsTextField(std::int16_t index) const;

@@ -46,7 +46,8 @@ TEST(RecordSaves, ANewRecordHasARowInEveryTableAndIsReadBack) {
               "Okafor|19800101|" + kMemo + "|NULL");
   }
 
-  Tumor tumor = saves.data_sets.GetTumor(70);  // its second table is closed
+  Tumor tumor = saves.data_sets.GetTumor(kNoId, 7);
+  tumor.MoveNext();  // its second table is closed, and stale once AddNew has opened it
   tumor.AddNew(80);
   tumor.SetFieldByName("HistCode", "9999");
   tumor.SetFieldByName("Remarks", kMemo);
@@ -55,6 +56,11 @@ TEST(RecordSaves, ANewRecordHasARowInEveryTableAndIsReadBack) {
   EXPECT_EQ(saves.Registry("SELECT HistCode, Remarks FROM MedicalSum JOIN MedicalSum_2 USING"
                            " (MedRefID) WHERE MedRefID = 80"),
             "9999|NULL");
+  tumor.AddNew(81);
+  tumor.MoveFirst();  // saves the new row of the primary table alone
+  EXPECT_EQ(Raises([&] { tumor.FieldByName("HistCode"); }).number, kErrNotAllowedHere);
+  tumor.CancelUpdate();
+  EXPECT_EQ(tumor.FieldByName("HistCode"), Variant("8140"));
 }
 
 TEST(RecordSaves, ARowChangedSinceIsRefusedInTheNameOfItsClass) {
