@@ -2,6 +2,7 @@
 // over a `RowSource` for the rows and a `ProviderSession` for what is written.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -99,6 +100,10 @@ class RecordsetImpl final : public Recordset {
   void RequireOrdinal(int ordinal) const;
   void RequireRow() const;
 
+  // recordset_search.cpp
+  void GoTo(const Variant& bookmark);
+  void GoToStart(const Variant& start);
+
   // recordset_edit.cpp
   void SavePending();
   void LockRow();
@@ -123,6 +128,7 @@ class RecordsetImpl final : public Recordset {
   RowShape shape_;
   ColumnNames names_;
   std::unique_ptr<RowSource> rows_;
+  std::int64_t opening_ = 0;
   Row row_;
   bool bof_ = true;
   bool eof_ = true;

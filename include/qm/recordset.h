@@ -15,16 +15,16 @@
 // No statement stays open between two calls, except under a forward-only recordset; no lock is
 // held while reading.
 //
-// Edits. Optimistic: `Update` writes the columns assigned, only if they still hold what was
-// fetched, else kErrRowChanged and the edit stays pending. Pessimistic: the first assignment locks
-// the row and checks it. Assigning the value already there is no change. Moving off a row with a
-// pending edit saves it as `Update` does; so do `Find`, `Seek` and a bookmark; `Close` with one is
-// 3219 and keeps it. A read-only recordset, or one whose statement gives no row identity (join,
-// aggregate), refuses with 3251.
-//
 // Searches. `Find` works on every cursor type (forward on a forward-only one) and looks at one row
 // after the other, a table-direct recordset page by page. `Index` and `Seek` need a table-direct
 // recordset of a table with identity, bookmarks one that scrolls; else 3251. `Supports` says which.
+// `Find`, `Seek` and going to a bookmark are moves: a pending edit is saved first.
+//
+// Edits. Optimistic: `Update` writes the columns assigned, only if they still hold what was
+// fetched, else kErrRowChanged and the edit stays pending. Pessimistic: the first assignment locks
+// the row and checks it. Assigning the value already there is no change. Moving off a row with a
+// pending edit saves it as `Update` does; `Close` with one is 3219 and keeps it. A read-only
+// recordset, or one whose statement gives no row identity (join, aggregate), refuses with 3251.
 #pragma once
 
 #include <cstdint>
