@@ -186,17 +186,17 @@ bool FindCriteria::Meets(const Variant& value) const {
   if (value.IsNull()) return false;
   switch (operator_) {
     case Operator::kEqual:
-      return Compare(value) == 0;
+      return std::is_eq(Compare(value));
     case Operator::kUnequal:
-      return Compare(value) != 0;
+      return std::is_neq(Compare(value));
     case Operator::kLess:
-      return Compare(value) < 0;
+      return std::is_lt(Compare(value));
     case Operator::kLessOrEqual:
-      return Compare(value) <= 0;
+      return std::is_lteq(Compare(value));
     case Operator::kGreater:
-      return Compare(value) > 0;
+      return std::is_gt(Compare(value));
     case Operator::kGreaterOrEqual:
-      return Compare(value) >= 0;
+      return std::is_gteq(Compare(value));
     case Operator::kLike:
       return IsLike(UpperCase(ToText(value)), text_);
   }

@@ -122,9 +122,9 @@ void RecordsetImpl::SetIndex(std::string_view name) {
   if (rows_) {
     RequireOpen();
     if (!rows_->HasOrder()) RaiseData(kErrNotSupported);
-    auto order = open_on_->RequireSession().FindOrder(shape_, name);
+    const auto order = open_on_->RequireSession().FindOrder(shape_, name);
     if (order == nullptr) RaiseData(kErrNoSuchItem, "index \"" + std::string(name) + "\"");
-    rows_->SetOrder(std::move(order), row_);
+    rows_->SetOrder(order, row_);
   }
   index_ = name;
 }

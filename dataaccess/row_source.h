@@ -43,7 +43,7 @@ class RowSource {
   /// How many values a key of the order's index has at most; 0 without an index.
   virtual std::size_t IndexWidth() const { return 0; }
   /// Goes on from the current row in another order.
-  virtual void SetOrder(std::shared_ptr<const RowOrder>, const Row&) {
+  virtual void SetOrder(const std::shared_ptr<const RowOrder>&, const Row&) {
     RaiseData(kErrNotSupported);
   }
   /// Moves to the first row of that range of the order (backward: to the last).

@@ -49,8 +49,8 @@ class PageSource : public RowSource {
 
   bool HasOrder() const override { return true; }
   std::size_t IndexWidth() const override { return order_->IndexWidth(); }
-  void SetOrder(std::shared_ptr<const RowOrder> order, const Row& row) override {
-    order_ = std::move(order);
+  void SetOrder(const std::shared_ptr<const RowOrder>& order, const Row& row) override {
+    order_ = order;
     SetKey(row);
     Distrust();
   }

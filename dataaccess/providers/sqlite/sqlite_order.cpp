@@ -142,7 +142,9 @@ SqliteOrder::PageQuery SqliteOrder::Page(const SqliteTable& table, PageRange ran
   const std::string order = OrderText(range.backward);
   PageQuery query;
   for (Stretch& stretch : stretches) {
-    const std::string part = table.WithIdentity(start + stretch.test + order);
+    std::string rest = start;
+    rest.append(stretch.test).append(order);
+    const std::string part = table.WithIdentity(rest);
     if (stretches.size() == 1) {
       query.text = part;
     } else {
