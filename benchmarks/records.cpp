@@ -30,6 +30,7 @@ class BenchRegistry {
   BenchRegistry() : folder_(fs::temp_directory_path() / "qm_benchmarks") {
     fs::remove_all(folder_);
     CreateRegistryFolder(folder_, {{"18"}});
+    session_.SetApplicationName("Velmora");
     session_.SetRegistry(Open("registry.db"));
     session_.SetControl(Open("control.db"));
     const std::string incoming = (folder_ / "incoming.txt").string();

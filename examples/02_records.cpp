@@ -8,6 +8,7 @@
 
 int main() {
   qm::QMConnection session;
+  session.SetApplicationName("Velmora");  // the registry's own fields, not those of abstracting
   session.SetRegistry(session.Connect("Provider=SQLite;Data Source=registry/registry.db",
                                       qm::qmModeReadWrite, 15, 30));
   session.SetControl(session.Connect("Provider=SQLite;Data Source=registry/control.db",

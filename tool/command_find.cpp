@@ -61,8 +61,8 @@ class PatientQuery {
     for (const int table : tables_) {
       if (table == 1) continue;
       const std::string name = TableName(primary, table);
-      from += " LEFT JOIN " + name + " ON " + name + "." + std::string(kPatientFamily.key) + " = " +
-              key;
+      from.append(" LEFT JOIN ").append(name).append(" ON ").append(name).append(".");
+      from.append(kPatientFamily.key).append(" = ").append(key);
     }
     return "SELECT " + columns + " FROM " + from + condition_ + " ORDER BY " + key;
   }
@@ -106,6 +106,7 @@ void Find(const Arguments& arguments, Tool& tool) {
   const auto patients = data_sets.GetRecordset(query.Text());
   for (const Recordset& patient : patients->Rows()) {
     std::vector<std::string> cells;
+    cells.reserve(columns.size());
     for (int i = 0; i < patient.FieldCount(); ++i) cells.push_back(ToTextOrEmpty(patient.Value(i)));
     results.Row(std::move(cells));
   }
