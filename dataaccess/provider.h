@@ -50,7 +50,24 @@ struct ColumnChange {
   Variant value;  ///< after a successful update what the engine stored
 };
 
-enum class PageAnchor { kFirst, kLast, kAfter, kBefore };
+/// An order in which a table's rows are paged: the columns of an index, then what tells rows apart
+/// that are equal in them. Made and understood by the provider.
+class RowOrder {
+ public:
+  virtual ~RowOrder() = default;
+  /// Where in a row the values stand that it is ordered by.
+  virtual const std::vector<std::size_t>& Places() const = 0;
+  /// How many of them, from the first, are an index that rows may be sought by; 0 without one.
+  virtual std::size_t IndexWidth() const = 0;
+};
+
+/// A stretch of an order, seen from a key, the values of any number of its leading columns (of
+/// none: all rows are equal to it).
+struct PageRange {
+  bool backward = false;  ///< the rows nearest the end of the stretch, not those nearest its start
+  bool equal = false;     ///< holds the rows equal to the key
+  bool beyond = false;    ///< holds the rows behind those (backward: before them)
+};
 
 class ProviderStatement {
  public:
@@ -87,9 +104,13 @@ class ProviderSession {
 
   /// The row as it stands now; false when it is gone.
   virtual bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) = 0;
-  /// At most `count` rows of a table, in the order of its key, before or after an anchor.
-  virtual std::vector<Row> ReadPage(const RowOrigin& origin, PageAnchor anchor,
-                                    RowIdentity identity, int count) = 0;
+  /// The order of one of the table's own indexes, by name or as "PrimaryKey"; null when it is
+  /// unknown or does not hold every row by plain columns. Empty: the order of the identity.
+  virtual std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape,
+                                                    std::string_view index) = 0;
+  /// At most `count` rows of a table, in that order; by one statement.
+  virtual std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
+                                    RowIdentity key, int count) = 0;
   virtual std::int64_t CountRows(const RowOrigin& origin) = 0;
   /// Writes the changes if every changed column still holds its fetched value; false when not.
   /// The identity is brought up to date, should the change have touched it.

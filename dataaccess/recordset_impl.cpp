@@ -1,6 +1,7 @@
 #include "dataaccess/recordset_impl.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iterator>
 #include <utility>
 
@@ -23,6 +24,9 @@ void RequireBetween(std::int64_t value, std::int64_t low, std::int64_t high,
                     std::string_view name) {
   if (value < low || value > high) RaiseData(kErrBadArgument, name);
 }
+
+// Tells the bookmarks of one opening from those of all others.
+std::atomic<std::int64_t> openings = 0;
 
 bool NamesTable(std::int32_t options) {
   return options == kCommandTable || options == kCommandTableDirect;
@@ -141,7 +145,9 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
   if (options_ == kCommandTableDirect && max_records_ == 0) {
     RowShape shape = session.TableShape(source_);
     if (shape.origin) {
-      auto rows = MakePageSource(session, shape.origin);
+      auto order = session.FindOrder(shape, index_);
+      if (order == nullptr) RaiseData(kErrNoSuchItem, "index \"" + index_ + "\"");
+      auto rows = MakePageSource(session, shape.origin, std::move(order));
       return {std::move(shape), std::move(rows)};
     }
   }
@@ -171,6 +177,7 @@ void RecordsetImpl::Adopt(Opened opened) {
   shape_ = std::move(opened.shape);
   rows_ = std::move(opened.rows);
   names_.Assign(shape_.columns);
+  opening_ = ++openings;
   const Moved moved = rows_->First(row_);
   if (moved == Moved::kEnd) {
     ShowEmpty();

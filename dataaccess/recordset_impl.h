@@ -2,6 +2,7 @@
 // over a `RowSource` for the rows and a `ProviderSession` for what is written.
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
@@ -48,6 +49,14 @@ class RecordsetImpl final : public Recordset {
   void MoveNext() override;
   void MovePrevious() override;
   std::int64_t RecordCount() const override;
+  bool Supports(std::int32_t option) const override;
+  void Find(std::string_view criteria, std::int64_t skip, std::int32_t direction,
+            const Variant& start) override;
+  Variant Bookmark() const override;
+  void SetBookmark(const Variant& bookmark) override;
+  std::string Index() const override { return index_; }
+  void SetIndex(std::string_view name) override;
+  void Seek(const Variant& key, std::int32_t option) override;
 
   int FieldCount() const override;
   const std::string& FieldName(int ordinal) const override;
@@ -91,6 +100,10 @@ class RecordsetImpl final : public Recordset {
   void RequireOrdinal(int ordinal) const;
   void RequireRow() const;
 
+  // recordset_search.cpp
+  void GoTo(const Variant& bookmark);
+  void GoToStart(const Variant& start);
+
   // recordset_edit.cpp
   void SavePending();
   void LockRow();
@@ -106,6 +119,7 @@ class RecordsetImpl final : public Recordset {
   std::int32_t cursor_location_ = kUseServer;
   std::int64_t max_records_ = 0;
   std::int32_t options_ = kOptionsUnspecified;
+  std::string index_;
   bool preserve_on_commit_ = false;
   bool preserve_on_abort_ = false;
 
@@ -114,6 +128,7 @@ class RecordsetImpl final : public Recordset {
   RowShape shape_;
   ColumnNames names_;
   std::unique_ptr<RowSource> rows_;
+  std::int64_t opening_ = 0;
   Row row_;
   bool bof_ = true;
   bool eof_ = true;

@@ -18,6 +18,18 @@ class HeldSource : public RowSource {
   }
   std::int64_t Count() override { return static_cast<std::int64_t>(held_.size()); }
 
+  void Mark(const Row&, Variant::Array& mark) const override {
+    mark.emplace_back(static_cast<std::int64_t>(at_));
+  }
+  Moved GoTo(std::span<const Variant> mark, Row& row) override {
+    const auto* place = mark.size() == 1 ? mark[0].GetIf<std::int64_t>() : nullptr;
+    if (place == nullptr || *place < 0 || *place >= Count()) RaiseData(kErrBadArgument, "bookmark");
+    const auto to = static_cast<std::size_t>(*place);
+    const Moved moved = ReadAt(to, row);
+    if (moved == Moved::kRow) at_ = to;
+    return moved;
+  }
+
  protected:
   virtual Moved ReadAt(std::size_t place, Row& row) = 0;
 

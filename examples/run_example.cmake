@@ -1,13 +1,23 @@
-# Runs PROGRAM in FOLDER, beside a small registry made with TOOL, and fails when it fails.
+# Runs PROGRAM in FOLDER, beside a small registry made with TOOL, and fails when it fails or when its
+# output does not match the expression in the file EXPECTED, if there is one.
 file(REMOVE_RECURSE ${FOLDER})
 file(MAKE_DIRECTORY ${FOLDER})
 function(run)
-  execute_process(COMMAND ${ARGV} WORKING_DIRECTORY ${FOLDER} RESULT_VARIABLE result)
+  execute_process(COMMAND ${ARGV} WORKING_DIRECTORY ${FOLDER} RESULT_VARIABLE result
+    OUTPUT_VARIABLE output ECHO_OUTPUT_VARIABLE)
   if(NOT result EQUAL 0)
     message(FATAL_ERROR "${ARGV} ended with ${result}")
   endif()
+  set(output "${output}" PARENT_SCOPE)
 endfunction()
 run(${TOOL} init -d registry --layout 18)
-run(${TOOL} generate -d registry --patients 1000 --incoming 20 --seed 1)
+run(${TOOL} generate -d registry --patients 1000 --incoming 120 --seed 1)
 run(${TOOL} import -d registry registry/incoming.txt)
 run(${PROGRAM})
+if(EXISTS ${EXPECTED})
+  file(READ ${EXPECTED} expected)
+  string(STRIP "${expected}" expected)
+  if(NOT output MATCHES "${expected}")
+    message(FATAL_ERROR "the output does not match \"${expected}\"")
+  endif()
+endif()

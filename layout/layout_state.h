@@ -51,6 +51,7 @@ struct NAACCRLayout::State {
   std::vector<std::string> fieldvalue;
   std::vector<std::string> FieldPromptingValue;
   std::vector<std::string> UnknownValues;
+  std::vector<std::string> ValidateKey;  ///< never dimensioned
 
   TextSlots TextItemNo{};
   TextSlots TextFieldPos{};

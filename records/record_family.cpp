@@ -38,7 +38,16 @@ const RecordFamily kAbstractFamily = {.record_class = "Abstract",
                                       .audit_table = 3,
                                       .traps_get_table = true,
                                       .table_codes = &ControlArrays::iAbsTableNo,
-                                      .table_count = &NAACCRLayout::AbsTableCnt};
+                                      .membership = &ControlArrays::iAbstable,
+                                      .table_count = &NAACCRLayout::AbsTableCnt,
+                                      .texts_follow = true,
+                                      .find_marks_stale_first = true,
+                                      .seek_marks_stale = false,
+                                      .bookmark_count = &NAACCRLayout::AbsTableCnt,
+                                      .add_new_opens = false,
+                                      .save_source = "QMObjects.Abstract.",
+                                      .update_error = 1202,
+                                      .cancel_error = 1203};
 
 const RecordFamily kPatientFamily = {.record_class = "Patient",
                                      .table = "Patients",
@@ -51,7 +60,16 @@ const RecordFamily kPatientFamily = {.record_class = "Patient",
                                      .audit_table = 2,
                                      .traps_get_table = true,
                                      .table_codes = &ControlArrays::iPatTableNo,
-                                     .table_count = &NAACCRLayout::PatTableCnt};
+                                     .membership = &ControlArrays::iPatTable,
+                                     .table_count = &NAACCRLayout::PatTableCnt,
+                                     .texts_follow = false,
+                                     .find_marks_stale_first = false,
+                                     .seek_marks_stale = true,
+                                     .bookmark_count = &NAACCRLayout::AbsTableCnt,
+                                     .add_new_opens = false,
+                                     .save_source = "QMObjects.Patient.",
+                                     .update_error = 1402,
+                                     .cancel_error = 1403};
 
 const RecordFamily kTumorFamily = {.record_class = "Tumor",
                                    .table = "MedicalSum",
@@ -64,7 +82,16 @@ const RecordFamily kTumorFamily = {.record_class = "Tumor",
                                    .audit_table = 2,
                                    .traps_get_table = false,
                                    .table_codes = &ControlArrays::iMedTableNo,
-                                   .table_count = &NAACCRLayout::MedTableCnt};
+                                   .membership = &ControlArrays::iMedTable,
+                                   .table_count = &NAACCRLayout::MedTableCnt,
+                                   .texts_follow = false,
+                                   .find_marks_stale_first = false,
+                                   .seek_marks_stale = true,
+                                   .bookmark_count = &NAACCRLayout::MedTableCnt,
+                                   .add_new_opens = true,
+                                   .save_source = "QMData.Tumor.",
+                                   .update_error = 1502,
+                                   .cancel_error = 1503};
 
 std::string TableName(std::string_view primary, int table) {
   std::string name(primary);

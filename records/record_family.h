@@ -28,8 +28,27 @@ struct RecordFamily {
   bool traps_get_table;
 
   std::vector<std::int16_t> ControlArrays::*table_codes;
+  std::vector<std::int16_t> ControlArrays::*membership;
   std::int16_t (NAACCRLayout::*table_count)() const;
+
+  /// The texts follow the record: read again after every move, written back by `Update`.
+  bool texts_follow;
+  /// Whether `Find` marks the secondary tables stale before it searches, or after.
+  bool find_marks_stale_first;
+  /// Whether `SeekRecord` marks the secondary tables stale at all.
+  bool seek_marks_stale;
+  /// Tables whose stale flags the let of `BookMark` clears, as far as the record has them.
+  std::int16_t (NAACCRLayout::*bookmark_count)() const;
+  /// Whether `AddNew` opens closed tables first.
+  bool add_new_opens;
+
+  std::string_view save_source;  ///< what the sources of `Update` and `CancelUpdate` begin with
+  std::int32_t update_error;     ///< beyond kObjectErrorBase
+  std::int32_t cancel_error;
 };
+
+/// The column of a primary table that holds the texts.
+inline constexpr std::string_view kMemoColumn = "Remarks";
 
 extern const RecordFamily kAbstractFamily;
 extern const RecordFamily kPatientFamily;

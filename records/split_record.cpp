@@ -17,7 +17,6 @@ constexpr std::int32_t kFieldNotFound = kObjectErrorBase + 1204;
 constexpr std::int32_t kNotOpened = kObjectErrorBase + 1205;
 constexpr std::int32_t kOutOfBounds = kObjectErrorBase + 1206;
 
-constexpr std::string_view kMemoColumn = "Remarks";
 constexpr std::string_view kDateCode = "D";
 
 std::string SourceOf(const RecordFamily& family, std::string_view member) {
@@ -35,16 +34,20 @@ void SplitRecord::AttachRecordsets(RecordsetList recordsets) {
   recordsets_ = std::move(recordsets);
   stale_.assign(recordsets_.size(), false);
   texts_.assign(static_cast<std::size_t>(layout_->TextFieldsCount()) + 1, {});
-  if (!At(recordsets_, 0)->Eof()) RefillTexts();
+  if (!Primary().Eof()) RefillTexts();
 }
 
-void SplitRecord::PrimaryMoved() {
-  for (std::size_t t = 1; t < stale_.size(); ++t) stale_[t] = true;
+qm::Recordset& SplitRecord::Primary() const { return *At(recordsets_, 0); }
+
+ControlArrays& SplitRecord::ChangeFieldArrays() {
+  if (!own_fields_) {
+    own_fields_ = std::make_shared<ControlArrays>(*fields_);
+    fields_ = own_fields_;
+  }
+  return *own_fields_;
 }
 
-void SplitRecord::RefillTexts() {
-  SplitMemo(ToTextOrEmpty(At(recordsets_, 0)->Value(kMemoColumn)));
-}
+void SplitRecord::RefillTexts() { SplitMemo(ToTextOrEmpty(Primary().Value(kMemoColumn))); }
 
 // The layout may extend the memo; only this copy of it changes.
 void SplitRecord::SplitMemo(std::string memo) { layout_->GetMemoTextArray(memo, texts_); }
@@ -62,16 +65,22 @@ std::int16_t SplitRecord::FieldTableNo(std::int16_t Index) const {
 void SplitRecord::Open(qm::Recordset& recordset, int table) {
   recordset.SetSource("SELECT * FROM " + std::string(family_->table) + "_" + std::to_string(table) +
                       " WHERE " + std::string(family_->select_key) + " = " +
-                      ToText(At(recordsets_, 0)->Value(family_->key)));
+                      ToText(Primary().Value(family_->key)));
   recordset.Open();
   stale_[static_cast<std::size_t>(table) - 1] = false;
+}
+
+// A new row that waits in the primary table and in this one is the same record's.
+bool SplitRecord::ShowsRecord(const qm::Recordset& recordset, int table) const {
+  if (!stale_[static_cast<std::size_t>(table) - 1]) return true;
+  return recordset.EditMode() == kEditAdd && Primary().EditMode() == kEditAdd;
 }
 
 qm::Recordset& SplitRecord::Current(int table) {
   qm::Recordset& recordset = *At(recordsets_, table - 1);
   if (table == 1) return recordset;
   const bool open = recordset.State() == kStateOpen;
-  if (open && !stale_[static_cast<std::size_t>(table) - 1]) return recordset;
+  if (open && ShowsRecord(recordset, table)) return recordset;
   if (open) recordset.Close();
   Open(recordset, table);
   return recordset;
@@ -94,8 +103,9 @@ std::string SplitRecord::Padded(std::string_view value, std::int16_t index) cons
 }
 
 Variant SplitRecord::Fields(const Variant& vFieldIndex) {
-  return IsNumeric(vFieldIndex) ? FieldByIndex(ToInt16(vFieldIndex))
-                                : FieldByName(ToText(vFieldIndex));
+  if (IsNumeric(vFieldIndex)) return FieldByIndex(ToInt16(vFieldIndex));
+  const std::string* name = vFieldIndex.GetIf<std::string>();
+  return name != nullptr ? FieldByName(*name) : FieldByName(ToText(vFieldIndex));
 }
 
 void SplitRecord::SetFields(const Variant& vFieldIndex, const Variant& value) {

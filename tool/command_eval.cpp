@@ -9,6 +9,7 @@
 
 #include "matching/match_field.h"
 #include "runtime/text.h"
+#include "tool/assignment.h"
 #include "tool/tool.h"
 
 namespace qm::tool {
@@ -19,11 +20,6 @@ struct Arguments {
   std::string expression;
   std::vector<std::string> fields;
 };
-
-std::string HasName(const std::string& field) {
-  const auto equals = field.find('=');
-  return equals == std::string::npos || equals == 0 ? "FIELD=VALUE is expected" : "";
-}
 
 std::string FieldValue(const std::vector<std::string>& fields, std::string_view name) {
   for (const std::string& field : fields) {
@@ -65,8 +61,8 @@ void AddEval(CLI::App& app, Tool& tool) {
                                  "a minus stands after --");
   command->add_option("EXPR", arguments->expression, "the expression; <<FIELD>> is a field")
       ->required();
-  command->add_option("FIELD", arguments->fields, "FIELD=VALUE: values of the fields")
-      ->check(HasName);
+  command->add_option("FIELD", arguments->fields, "NAME=VALUE: values of the fields")
+      ->check(IsAssignment);
   command->callback([arguments, &tool] { tool.run = [arguments] { Eval(*arguments); }; });
 }
 

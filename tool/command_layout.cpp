@@ -1,5 +1,4 @@
 // qm layout: the fields of a record layout, or one of them.
-#include <qm/data_sets.h>
 #include <qm/error.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <memory>
 
 #include "tool/databases.h"
+#include "tool/layouts.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 
@@ -20,15 +20,6 @@ struct Arguments {
   std::string field;
   std::string version;
 };
-
-std::string IsVersion(const std::string& version) {
-  int number = 0;
-  const char* end = version.data() + version.size();
-  const auto [rest, failure] = std::from_chars(version.data(), end, number);
-  const bool valid = failure == std::errc() && number >= 0 && number < kNewestVersion &&
-                     (rest == end || *rest == '.');
-  return valid ? "" : "a version such as 18 or 11.3 is expected";
-}
 
 bool IsItemNumber(const std::string& field) {
   return !field.empty() && std::all_of(field.begin(), field.end(), [](char c) {
@@ -51,13 +42,8 @@ std::int16_t IndexOf(const NAACCRLayout& layout, const std::string& field) {
 
 void PrintLayout(const Arguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
-  tool.doing = [] { return "loading the layout from the control database"; };
   QMDataSets data_sets;
-  const auto version = arguments.version.empty()
-                           ? kNewestVersion
-                           : static_cast<std::uint16_t>(std::stoi(arguments.version));
-  const auto layout = data_sets.GetNAACCRLayout(version);
-  tool.doing = nullptr;
+  const auto layout = LoadLayout(tool, data_sets, arguments.version);
 
   std::int16_t first = 1;
   std::int16_t last = layout->FieldsCount();
@@ -97,9 +83,7 @@ void AddLayout(CLI::App& app, Tool& tool) {
   command->add_option("ITEM|NAME", arguments->field, "only this field: item number or name");
   AddDatabaseOptions(*command, tool);
   AddFormatOption(*command, tool);
-  command->add_option("--layout", arguments->version, "the version (11.3, 12, ... 18)")
-      ->type_name("VERSION")
-      ->check(IsVersion);
+  AddLayoutOption(*command, arguments->version);
   command->callback([arguments, &tool] {
     RequireDatabase(tool.settings, Database::kControl);
     tool.run = [arguments, &tool] { PrintLayout(*arguments, tool); };

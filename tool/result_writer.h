@@ -12,7 +12,8 @@
 
 namespace qm::tool {
 
-enum class Format { kTable, kCsv, kJson };
+/// `kXml` is a record's own text (`Record::GetXML`), which the writer does not write.
+enum class Format { kTable, kCsv, kJson, kXml };
 
 /// A number is aligned to the right and stands in JSON as one; empty is null there.
 struct Column {

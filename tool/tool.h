@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "tool/result_writer.h"
 
@@ -46,17 +47,22 @@ inline CLI::App* AddCommand(CLI::App& app, Tool& tool, const std::string& name,
   return command;
 }
 
-inline void AddFormatOption(CLI::App& command, Tool& tool) {
+/// `xml` is for a command that prints a record.
+inline void AddFormatOption(CLI::App& command, Tool& tool, bool xml = false) {
+  std::vector<std::string> names = {"table", "csv", "json"};
+  if (xml) names.emplace_back("xml");
   command
       .add_option_function<std::string>(
           "--format",
           [&tool](const std::string& name) {
             tool.settings.format = name == "csv"    ? Format::kCsv
                                    : name == "json" ? Format::kJson
+                                   : name == "xml"  ? Format::kXml
                                                     : Format::kTable;
           },
-          "how results are printed: table (default), csv or json")
-      ->check(CLI::IsMember({"table", "csv", "json"}))
+          std::string("how results are printed: table (default), csv") +
+              (xml ? ", json or xml" : " or json"))
+      ->check(CLI::IsMember(names))
       ->type_name("FORMAT");
 }
 
@@ -64,11 +70,14 @@ inline void AddFormatOption(CLI::App& command, Tool& tool) {
 using AddFunction = void (*)(CLI::App& app, Tool& tool);
 void AddCompare(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
+void AddFind(CLI::App& app, Tool& tool);
 void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
 void AddInit(CLI::App& app, Tool& tool);
 void AddLayout(CLI::App& app, Tool& tool);
 void AddMatch(CLI::App& app, Tool& tool);
+void AddSet(CLI::App& app, Tool& tool);
+void AddShow(CLI::App& app, Tool& tool);
 void AddSoundex(CLI::App& app, Tool& tool);
 
 }  // namespace qm::tool

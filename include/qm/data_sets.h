@@ -58,6 +58,11 @@ class QM_API QMDataSets {
                                       std::span<const std::int16_t> importprojects = {},
                                       std::int32_t AbsRefID = kNoId);
 
+  /// Reads the first record of a text that `GetXML` of a record wrote into the value slots
+  /// (`fieldvalue`) of this object's layout, and gives the layout. White space between elements is
+  /// no node. A text that is not well-formed, or without the elements looked for, is error 91.
+  std::shared_ptr<NAACCRLayout> GetAbstractXML(std::string_view strXML);
+
   /// The next identifier of a counter; 0 when there is no such counter, -1 when the user gave up.
   std::int32_t BaseID(std::string_view strTable);
 

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <qm/api.h>
+#include <qm/variant.h>
 
 namespace qm {
 
@@ -78,6 +79,14 @@ class QM_API NAACCRLayout {
   void SetFieldRow(std::int16_t iFieldIndex, std::int16_t value);
   const std::string& FieldDefaultVal(std::int16_t iFieldIndex) const;
   void SetFieldDefaultVal(std::int16_t iFieldIndex, std::string_view value);
+  /// The projects in which the field must be filled: bit p - 1 stands for project p.
+  std::int16_t FieldCriticalFlag(std::int16_t FieldIndex) const;
+  void SetFieldCriticalFlag(std::int16_t FieldIndex, std::int16_t value);
+  const std::string& FieldPromptingValue(std::int16_t iFieldIndex) const;
+  /// Nothing fills these keys: every index is the subscript error.
+  const std::string& ValidateKey(std::int16_t iFieldIndex) const;
+  Variant UnknownValues(std::int16_t iFieldIndex) const;
+  void SetUnknownValues(std::int16_t iFieldIndex, const Variant& value);
   /// Table codes as stored: 0 none, 1, 2 and 4 for tables 1, 2 and 3.
   std::int16_t FieldAbsTable(std::int16_t iFieldIndex) const;
   std::int16_t FieldPatTable(std::int16_t iFieldIndex) const;
@@ -122,6 +131,12 @@ class QM_API NAACCRLayout {
   std::int16_t IndexByFieldName(std::string_view strFieldName) const;
   /// As `IndexByFieldName`, but an unknown name is base + 1318, "Invalid Field Name: " + name.
   std::int16_t FieldIndex(std::string_view FieldName) const;
+
+  /// Sets every `FieldCriticalFlag` from the registry's table CRITICALFIELDS. Items and fields are
+  /// merged in one forward pass, so the layout must be loaded in the order of the item numbers, at
+  /// least over the critical ones. An item that the pass does not meet shows a message box and then
+  /// fails as `FieldNumber` does (base + 1303); the flags set before stay.
+  void LoadCriticalFields();
 
   /// Packs the texts (element k for text field k) into a memo: in item-number order, each trimmed
   /// and followed by the character with code 2. Gives 0; any failure is base + 1314.

@@ -15,6 +15,11 @@
 // No statement stays open between two calls, except under a forward-only recordset; no lock is
 // held while reading.
 //
+// Searches. `Find` works on every cursor type (forward on a forward-only one) and looks at one row
+// after the other, a table-direct recordset page by page. `Index` and `Seek` need a table-direct
+// recordset of a table with identity, bookmarks one that scrolls; else 3251. `Supports` says which.
+// `Find`, `Seek` and going to a bookmark are moves: a pending edit is saved first.
+//
 // Edits. Optimistic: `Update` writes the columns assigned, only if they still hold what was
 // fetched, else kErrRowChanged and the edit stays pending. Pessimistic: the first assignment locks
 // the row and checks it. Assigning the value already there is no change. Moving off a row with a
@@ -52,6 +57,28 @@ enum CommandOption : std::int32_t {
   kCommandText = 1,
   kCommandTable = 2,
   kCommandTableDirect = 512
+};
+enum SearchDirection : std::int32_t { kSearchBackward = -1, kSearchForward = 1 };
+/// Which row of an index `Seek` goes to, against the rows whose key equals the one sought.
+enum SeekOption : std::int32_t {
+  kSeekFirstEqual = 1,
+  kSeekLastEqual = 2,
+  kSeekAfterEqual = 4,    ///< the first of them, or the first row behind
+  kSeekAfter = 8,         ///< the first row behind them
+  kSeekBeforeEqual = 16,  ///< the last of them, or the last row before
+  kSeekBefore = 32        ///< the last row before them
+};
+/// Rows from which a `Find` may start instead of a bookmark.
+enum FindStart : std::int32_t { kBookmarkCurrent = 0, kBookmarkFirst = 1, kBookmarkLast = 2 };
+/// What `Supports` is asked for.
+enum CursorOption : std::int32_t {
+  kSupportsMovePrevious = 512,
+  kSupportsBookmark = 8192,
+  kSupportsFind = 524288,
+  kSupportsSeek = 4194304,
+  kSupportsIndex = 8388608,
+  kSupportsAddNew = 16778240,
+  kSupportsUpdate = 16809984
 };
 enum EditMode : std::int32_t { kEditNone = 0, kEditInProgress = 1, kEditAdd = 2 };
 
@@ -100,6 +127,39 @@ class QM_API Recordset : public std::enable_shared_from_this<Recordset> {
   virtual void MoveNext() = 0;
   virtual void MovePrevious() = 0;
   virtual std::int64_t RecordCount() const = 0;
+  /// Whether this recordset, as it was opened, has a `CursorOption`; false for any other number.
+  virtual bool Supports(std::int32_t option) const = 0;
+
+  /// Moves to the next row that meets the criteria, the current one included; to the end (backward:
+  /// before the first row) when there is none. The criteria are one condition, `column operator
+  /// value`: a column's name, bare or in brackets; `=`, `<>`, `<`, `<=`, `>`, `>=` or `LIKE` (`*`
+  /// and `%` for any text, `_` for one character); 'text' with doubled quotes, a number, `#date#`
+  /// or, with `=` and `<>`, Null. Letters match without regard to case; a number or a date is
+  /// compared with what the column's text reads as; a Null in the column meets only `= Null`.
+  /// Skips `skip` rows first; starts from `start`, a bookmark or a `FindStart`. Other criteria or
+  /// arguments are 3001, an unknown column 3265, no row to start from 3021, a backward search in a
+  /// forward-only recordset 3219.
+  virtual void Find(std::string_view criteria, std::int64_t skip = 0,
+                    std::int32_t direction = kSearchForward, const Variant& start = {}) = 0;
+
+  /// The current row's place: an opaque value that holds while the recordset stays open and is not
+  /// queried again. 3021 without a row, also while a new one is pending. In a table-direct
+  /// recordset it is the row's key: writing another key gives the row another bookmark.
+  virtual Variant Bookmark() const = 0;
+  /// Moves to that row. Another recordset's bookmark, or one from before `Requery`, is 3001; when
+  /// the row is gone, kErrRowDeleted, and nothing moves.
+  virtual void SetBookmark(const Variant& bookmark) = 0;
+
+  /// The index in whose order the rows of a table-direct recordset come, and which `Seek` uses;
+  /// empty at first, for the order of the rows' identity. The current row stays the current one. An
+  /// index is one of the table's own, by name, or "PrimaryKey" for its key; an unknown, partial or
+  /// computed one is 3265. May be set while closed; a recordset opened otherwise does not use it.
+  virtual std::string Index() const = 0;
+  virtual void SetIndex(std::string_view name) = 0;
+  /// Moves to a row by the index's leading columns: one value, or an array of them; compared as the
+  /// index orders them. To the end when there is none. 3219 without an index, 3001 for more values
+  /// than the index has columns.
+  virtual void Seek(const Variant& key, std::int32_t option = kSeekFirstEqual) = 0;
 
   virtual int FieldCount() const = 0;
   /// Column name by position, counted from 0; 3265 outside.

@@ -122,8 +122,7 @@ TEST(Records, AStaleTableIsReadAgainOnce) {
   for (int read = 0; read < 3; ++read) {
     EXPECT_EQ(record.FieldByName("BirthDate"), Variant("20010203"));
   }
-  primary->MoveNext();
-  record.PrimaryMoved();
+  record.Move(&Recordset::MoveNext);
   for (int read = 0; read < 3; ++read) {
     EXPECT_EQ(record.FieldByName("SeqNumCentr"), Variant("2"));
   }

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -16,8 +18,17 @@ namespace qm::test {
 
 class OtherProcess {
  public:
-  /// The database is opened by the first statement, and stays open.
-  explicit OtherProcess(const std::string& path) {
+  /// Gives the answer to a request; it is called there, and keeps its state there.
+  using Answer = std::function<std::string(const std::string& request)>;
+
+  /// Runs queries and statements: the result as `SqliteFile::Query` gives it. The database is
+  /// opened by the first one, and stays open.
+  explicit OtherProcess(const std::string& path)
+      : OtherProcess([path, file = std::shared_ptr<SqliteFile>()](const std::string& text) mutable {
+          if (!file) file = std::make_shared<SqliteFile>(path);
+          return file->Query(text);
+        }) {}
+  explicit OtherProcess(Answer answer) {
     int to[2];
     int from[2];
     if (pipe(to) != 0 || pipe(from) != 0) throw std::runtime_error("no pipe");
@@ -25,7 +36,7 @@ class OtherProcess {
     if (child_ == 0) {
       close(to[1]);
       close(from[0]);
-      Serve(path, to[0], from[1]);
+      Serve(answer, to[0], from[1]);
       _exit(0);
     }
     close(to[0]);
@@ -41,8 +52,7 @@ class OtherProcess {
   OtherProcess(const OtherProcess&) = delete;
   OtherProcess& operator=(const OtherProcess&) = delete;
 
-  /// Runs a query or statement there and waits: the result as `SqliteFile::Query` gives it, or
-  /// "error: " and the engine's text.
+  /// Sends a request and waits for the answer, "error: " and the text when it failed.
   std::string Run(const std::string& text) {
     Send(to_, text);
     return Receive(from_);
@@ -66,19 +76,17 @@ class OtherProcess {
     }
     return text;
   }
-  static void Serve(const std::string& path, int in, int out) {
-    std::unique_ptr<SqliteFile> file;
+  static void Serve(const Answer& answer, int in, int out) {
     try {
       for (;;) {
-        const std::string text = Receive(in);
-        std::string answer;
+        const std::string request = Receive(in);
+        std::string text;
         try {
-          if (!file) file = std::make_unique<SqliteFile>(path);
-          answer = file->Query(text);
+          text = answer(request);
         } catch (const std::exception& error) {
-          answer = std::string("error: ") + error.what();
+          text = std::string("error: ") + error.what();
         }
-        Send(out, answer);
+        Send(out, text);
       }
     } catch (const std::exception&) {
       // The test is over: its end of the pipe is closed.

@@ -60,7 +60,7 @@ TEST(Tool, WithoutADatabase) {
        1,
        "",
        "error 3265 (qm eval): no value is given for field 'age'"},
-      {{"eval", "1", "x"}, 2, "", "FIELD=VALUE"},
+      {{"eval", "1", "x"}, 2, "", "NAME=VALUE"},
       {{"compare", "MARTHA", "MARHTA"}, 0, "0.961111\n", ""},
       {{"compare", "MARTHA", "MARHTA", "--parameter", "1"}, 0, "0.944444\n", ""},
       {{"compare", "", "A"}, 0, "0.000000\n", ""},
@@ -70,6 +70,10 @@ TEST(Tool, WithoutADatabase) {
       {{}, 2, "", "A subcommand is required"},
       {{"metch"}, 2, "", "unknown command 'metch'"},
       {{"match", "-d", "x"}, 2, "", "--abstract ID or --all is required"},
+      {{"show", "abstracts", "1", "-d", "x"}, 2, "", "abstract|patient|tumor"},
+      {{"show", "abstract", "x", "-d", "x"}, 2, "", "ID"},
+      {{"set", "abstract", "1", "LastName", "-d", "x"}, 2, "", "NAME=VALUE is expected"},
+      {{"find", "patient", "-d", "x"}, 2, "", "NAME=VALUE is required"},
       {{"match", "--all"}, 2, "", "-d DIR or --registry CONN is required"},
       {{"import", "-d", "x"}, 2, "", "FILE is required"},
       {{"layout", "-d", "x", "--format", "xml"}, 2, "", "--format"},
@@ -87,8 +91,8 @@ TEST(Tool, WithoutADatabase) {
 }
 
 TEST(Tool, EveryHelpTellsTheExitCodes) {
-  for (const char* command :
-       {"", "init", "generate", "import", "match", "layout", "eval", "compare", "soundex"}) {
+  for (const char* command : {"", "init", "generate", "import", "match", "find", "show", "set",
+                              "layout", "eval", "compare", "soundex"}) {
     std::vector<std::string> arguments = {"--help"};
     if (*command != '\0') arguments.insert(arguments.begin(), command);
     const ProgramResult result = Qm(arguments);
@@ -240,6 +244,93 @@ TEST_F(ToolOnARegistry, LayoutPrintsOneFieldOrAll) {
   ExpectCases({{{"layout", "-d", d_, "nosuch"}, 1, "", "Invalid Field Name: nosuch"},
                {{"layout", "-d", d_, "9999"}, 1, "", "no field with item number 9999"},
                {{"layout", "-d", d_, "--layout", "15"}, 1, "", "NAACCR Parameters not found"}});
+}
+
+TEST_F(ToolOnARegistry, ShowPrintsEveryFieldOfARecord) {
+  SqliteFile(d_ + "/registry.db")
+      .Exec("UPDATE Abstracts SET LastName = 'O\"Neil, x', Remarks = NULL WHERE AbsRefID = 2");
+  const ProgramResult csv = Qm({"show", "abstract", "2", "-d", d_, "--format", "csv"});
+  EXPECT_EQ(csv.exit_code, 0) << csv.err;
+  EXPECT_THAT(csv.out, AllOf(StartsWith("Name,Value\r\nAbsRefID,2\r\n"),
+                             HasSubstr("\r\nLastName,\"O\"\"Neil, x\"\r\n"),
+                             HasSubstr("\r\ntextDxProcPe,\r\n"), Not(HasSubstr("\r\nRemarks,"))));
+  for (const char* family : {"patient", "tumor"}) {
+    const ProgramResult json = Qm({"show", family, "1", "-d", d_, "--format", "json"});
+    EXPECT_EQ(json.exit_code, 0) << json.err;
+    EXPECT_THAT(json.out, HasSubstr("{\"Name\": \"PatientID\", \"Value\": \""));
+  }
+  EXPECT_THAT(Qm({"show", "abstract", "3", "-d", d_, "--format", "xml"}).out,
+              AllOf(StartsWith("<Recordset>\r\n<Record Row=\"1\">\r\n<Fields>\r\n <Field Name = "),
+                    HasSubstr("</Record>\r\n</Recordset>\n"), HasSubstr("\"LastName\"")));
+  ExpectCases(
+      {{{"show", "abstract", "4711", "-d", d_}, 1, "", "abstract 4711 does not exist"},
+       {{"show", "tumor", "4711", "-d", d_, "--format", "xml"}, 1, "", "tumor 4711 does not exist"},
+       {{"show", "patient", "0", "-d", d_}, 1, "", "patient 0 does not exist"}});
+}
+
+TEST_F(ToolOnARegistry, SetSavesAllFieldsOrNone) {
+  const auto row = [this] {
+    return QueryText(d_ + "/registry.db",
+                     "SELECT LastName, FirstName, Remarks LIKE '%mass%', DateFacUpdated FROM"
+                     " Abstracts JOIN Abstracts_3 USING (AbsRefID) WHERE AbsRefID = 2");
+  };
+  const auto set = [this](std::vector<std::string> assignments) {
+    assignments.insert(assignments.begin(), {"set", "abstract", "2", "-d", d_});
+    return assignments;
+  };
+  const std::string before = row();
+  const std::string unknown = "abstracts have no field 'NoSuch'";
+  ExpectCases({{set({"LastName=Secret", "NoSuch=1"}), 1, "", unknown},
+               {set({"LastName=Secret", "Project1] = 1 --=1"}), 1, "", "abstracts have no field"},
+               {set({"LastName=Secret", "absrefid=3"}), 1, "", "cannot be set"},
+               {{"set", "abstract", "4711", "LastName=Secret", "-d", d_}, 1, "", "abstract 4711"}});
+  EXPECT_EQ(row(), before);
+  ExpectCases({{set({"lastname=O'Brien=x", "DateFacUpdated=20260102", "TextDxProcPe=a mass"}), 0,
+                "abstract 2 saved\n", ""}});
+  EXPECT_TRUE(row().starts_with("O'Brien=x|") && row().ends_with("|1|20260102")) << row();
+
+  const auto piped = [this](const std::string& lines) {
+    return RunProgram({"/bin/sh", "-c",
+                       "printf '" + lines + "' | \"$0\" set abstract 2 - -d \"$1\"", QM_TOOL, d_});
+  };
+  const ProgramResult empty = piped("LastName=\\r\\n\\nFirstName=Ada\\nSex=");
+  EXPECT_EQ(empty.exit_code, 0);
+  EXPECT_EQ(empty.out, "abstract 2 saved\n");
+  EXPECT_THAT(empty.err, AllOf(StartsWith("qm: warning: critical fields are empty: "),
+                               HasSubstr("LastName"), HasSubstr("Sex")));
+  EXPECT_EQ(row(), "|Ada|1|20260102");
+  const ProgramResult bad = piped("LastName=Secret\\nSecret\\n");
+  EXPECT_EQ(bad.exit_code, 1);
+  EXPECT_THAT(bad.err, AllOf(HasSubstr("standard input, line 2"), Not(HasSubstr("Secret"))));
+  EXPECT_EQ(row(), "|Ada|1|20260102");
+
+  SqliteFile(d_ + "/registry.db").Exec("INSERT INTO CRITICALFIELDS VALUES (9999, 2)");
+  const ProgramResult unfit = Qm(set({"FirstName=Eve"}));
+  EXPECT_EQ(unfit.exit_code, 0);
+  EXPECT_THAT(unfit.err, AllOf(HasSubstr("NAACCR_Item_No 9999 in project 2 not found"),
+                               HasSubstr("not all critical fields"), HasSubstr("LastName")));
+}
+
+TEST_F(ToolOnARegistry, FindListsThePatientsThatAgreeInAllFields) {
+  SqliteFile(d_ + "/registry.db")
+      .Exec(
+          "UPDATE Patients SET LastName = 'O''Brien', FirstName = 'Ann', MiddleName = NULL WHERE"
+          " PatientID IN (2, 3);"
+          "UPDATE Patients SET FirstName = 'Bo' WHERE PatientID = 3;"
+          "UPDATE Patients_2 SET DatePtUpdated = '20260102' WHERE PatientID = 2");
+  const std::string head = "PatientID,LastName,FirstName,MiddleName\r\n";
+  const auto find = [this](std::vector<std::string> assignments) {
+    assignments.insert(assignments.begin(), {"find", "patient", "-d", d_, "--format", "csv"});
+    return assignments;
+  };
+  const std::string ann = head + "2,O'Brien,Ann,\r\n";
+  ExpectCases({{find({"LastName=O'Brien"}), 0, ann + "3,O'Brien,Bo,\r\n", ""},
+               {find({"lastname=O'Brien", "FirstName=Ann", "MiddleName="}), 0, ann, ""},
+               {find({"LastName=O'Brien", "DatePtUpdated=20260102"}), 0, ann, ""},
+               {find({"PatientID=2"}), 0, ann, ""},
+               {find({"LastName=' OR '1'='1"}), 0, head, ""},
+               {find({"NoSuch=1"}), 1, "", "patients have no field 'NoSuch'"},
+               {find({"Project1] = '' OR 1 = 1 --=1"}), 1, "", "patients have no field"}});
 }
 
 TEST_F(ToolOnARegistry, AMissingFileAmongSeveralStopsBeforeTheFirst) {

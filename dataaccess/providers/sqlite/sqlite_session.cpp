@@ -12,6 +12,7 @@
 
 #include "dataaccess/data_error.h"
 #include "dataaccess/providers/sqlite/sqlite_error.h"
+#include "dataaccess/providers/sqlite/sqlite_order.h"
 #include "dataaccess/providers/sqlite/sqlite_statement.h"
 #include "dataaccess/sql_scanner.h"
 #include "dataaccess/stored_form.h"
@@ -260,18 +261,29 @@ bool SqliteSession::ReadRow(const RowOrigin& origin, RowIdentity identity, Row& 
   return true;
 }
 
-std::vector<Row> SqliteSession::ReadPage(const RowOrigin& origin, PageAnchor anchor,
-                                         RowIdentity identity, int count) {
-  SqliteStatement statement(*this, TableOf(origin).PageText(anchor));
-  if (anchor != PageAnchor::kFirst && anchor != PageAnchor::kLast) {
-    for (const Variant& value : identity) statement.Bind(value);
-  }
-  statement.Bind(count);
+std::shared_ptr<const RowOrder> SqliteSession::FindOrder(const RowShape& shape,
+                                                         std::string_view index) {
+  return FindSqliteOrder(*this, shape, index);
+}
+
+std::vector<Row> SqliteSession::ReadPage(const RowOrigin& origin, const RowOrder& order,
+                                         PageRange range, RowIdentity key, int count) {
+  const SqliteOrder::PageQuery query =
+      static_cast<const SqliteOrder&>(order).Page(TableOf(origin), range, key, count);
   std::vector<Row> rows;
-  while (statement.Step()) statement.ReadRow(rows.emplace_back());
-  if (anchor == PageAnchor::kLast || anchor == PageAnchor::kBefore) {
-    std::reverse(rows.begin(), rows.end());
+  if (query.text.empty()) return rows;
+  SqliteStatement statement(*this, query.text);
+  for (const Variant& value : query.values) statement.Bind(value);
+  while (statement.Step()) {
+    // Bytes are read as text, by which the engine would not find their place again.
+    for (std::size_t i = 0; i < order.IndexWidth(); ++i) {
+      if (statement.IsBinary(static_cast<int>(order.Places()[i]))) {
+        RaiseData(kErrNotSupported, "an index over binary values");
+      }
+    }
+    statement.ReadRow(rows.emplace_back());
   }
+  if (range.backward) std::reverse(rows.begin(), rows.end());
   return rows;
 }
 

@@ -34,8 +34,9 @@ class SqliteSession : public ProviderSession {
   std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) override;
   RowShape TableShape(std::string_view table) override;
   bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) override;
-  std::vector<Row> ReadPage(const RowOrigin& origin, PageAnchor anchor, RowIdentity identity,
-                            int count) override;
+  std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape, std::string_view index) override;
+  std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
+                            RowIdentity key, int count) override;
   std::int64_t CountRows(const RowOrigin& origin) override;
   bool UpdateRow(const RowOrigin& origin, std::span<Variant> identity,
                  std::span<ColumnChange> changes) override;

@@ -26,6 +26,7 @@ class SqliteStatement {
   bool Step();
   int ColumnCount() const { return sqlite3_column_count(statement_); }
   Variant Value(int column) const;
+  bool IsBinary(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_BLOB; }
   void ReadRow(Row& row) const;
   sqlite3_stmt* handle() const { return statement_; }
   /// The text that errors carry, where it is not the one that was prepared.

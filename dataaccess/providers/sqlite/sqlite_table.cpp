@@ -76,19 +76,6 @@ std::string SqliteTable::WithIdentity(std::string_view rest) const {
 
 std::string SqliteTable::RowText() const { return WithIdentity(" WHERE " + KeyTest("=")); }
 
-std::string SqliteTable::PageText(PageAnchor anchor) const {
-  std::string rest;
-  if (anchor == PageAnchor::kAfter) rest = " WHERE " + KeyTest(">");
-  if (anchor == PageAnchor::kBefore) rest = " WHERE " + KeyTest("<");
-  const bool backwards = anchor == PageAnchor::kBefore || anchor == PageAnchor::kLast;
-  std::string order;
-  for (const std::string& key : keys) {
-    order.append(order.empty() ? " ORDER BY " : ", ").append(key);
-    if (backwards) order += " DESC";
-  }
-  return WithIdentity(rest + order + " LIMIT ?");
-}
-
 std::string SqliteTable::UpdateText(std::span<const ColumnChange> changes) const {
   std::string assignments;
   std::string tests;

@@ -22,7 +22,6 @@ class SqliteTable : public RowOrigin {
   /// The statement's own text with the identity as trailing columns.
   std::string WithIdentity(std::string_view rest) const;
   std::string RowText() const;
-  std::string PageText(PageAnchor anchor) const;
   std::string UpdateText(std::span<const ColumnChange> changes) const;
   std::string InsertText(std::span<const ColumnChange> values) const;
 

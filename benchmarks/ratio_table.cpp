@@ -1,0 +1,64 @@
+#include "benchmarks/ratio_table.h"
+
+#include <cstdio>
+#include <iostream>
+#include <utility>
+
+namespace qm::bench {
+
+namespace {
+
+constexpr std::string_view kByHand = ", by hand";
+constexpr int kRepetitions = 3;
+
+std::string Duration(double nanoseconds) {
+  char text[32];
+  if (nanoseconds >= 1e6) {
+    std::snprintf(text, sizeof text, "%.2f ms", nanoseconds / 1e6);
+  } else if (nanoseconds >= 1e3) {
+    std::snprintf(text, sizeof text, "%.2f us", nanoseconds / 1e3);
+  } else {
+    std::snprintf(text, sizeof text, "%.0f ns", nanoseconds);
+  }
+  return text;
+}
+
+}  // namespace
+
+void Compare(const std::string& name, Work library, Work by_hand) {
+  for (auto& [title, work] : {std::pair{name, std::move(library)},
+                              std::pair{name + std::string(kByHand), std::move(by_hand)}}) {
+    benchmark::RegisterBenchmark(title.c_str(), work)->UseRealTime()->Repetitions(kRepetitions);
+  }
+}
+
+void RatioTable::ReportRuns(const std::vector<Run>& runs) {
+  for (const Run& run : runs) {
+    std::string name = run.run_name.function_name;
+    if (run.error_occurred) {
+      std::cerr << name << ": " << run.error_message << '\n';
+      failed_ = true;
+      continue;
+    }
+    if (run.run_type != Run::RT_Iteration) continue;
+    const bool by_hand = name.ends_with(kByHand);
+    if (by_hand) name.resize(name.size() - kByHand.size());
+    if (costs_.count(name) == 0) order_.push_back(name);
+    Costs& costs = costs_[name];
+    double& cost = by_hand ? costs.by_hand : costs.library;
+    const double now = 1e9 / run.counters.at("items_per_second");
+    if (cost == 0 || now < cost) cost = now;
+  }
+}
+
+void RatioTable::Finalize() {
+  std::printf("%-48s %12s %12s %8s\n", "a unit of work", "library", "by hand", "ratio");
+  for (const std::string& name : order_) {
+    const Costs& costs = costs_[name];
+    std::printf("%-48s %12s %12s %8.2f\n", name.c_str(), Duration(costs.library).c_str(),
+                Duration(costs.by_hand).c_str(),
+                costs.by_hand > 0 ? costs.library / costs.by_hand : 0.0);
+  }
+}
+
+}  // namespace qm::bench

@@ -1,0 +1,140 @@
+// A process that dies at any statement while it saves: what the database then holds.
+#include <gtest/gtest.h>
+#include <qm/error.h>
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <set>
+
+#include "support/small_registry.h"
+
+namespace qm::test {
+namespace {
+
+// The engine tells when a statement of the registry begins and when it has ended; at the n-th such
+// moment the process kills itself. The moments of the control database do not count.
+int moments_left = 0;
+
+int AtMoment(unsigned, void* registry, void*, void*) {
+  if (registry != nullptr && moments_left-- == 0) kill(getpid(), SIGKILL);
+  return 0;
+}
+
+int WatchConnection(sqlite3* db, char**, const void*) {
+  const std::string file = sqlite3_db_filename(db, "main");
+  const bool is_registry = file.ends_with("registry.db");
+  return sqlite3_trace_v2(db, SQLITE_TRACE_STMT | SQLITE_TRACE_PROFILE, &AtMoment,
+                          is_registry ? db : nullptr);
+}
+
+void DieAtMoment(int moment) {
+  moments_left = moment;
+  sqlite3_auto_extension(reinterpret_cast<void (*)()>(&WatchConnection));
+}
+
+struct SessionOf {
+  SessionOf(const std::string& control, const std::string& registry) {
+    connection.SetControl(OpenSqlite(control));
+    connection.SetRegistry(OpenSqlite(registry));
+    data_sets.GetNAACCRLayout();
+  }
+  QMConnection connection;
+  QMDataSets data_sets;
+};
+
+void SetFields(Abstract& abstract) {
+  abstract.SetFieldByName("LastName", "new");
+  abstract.SetFieldByName("BirthDate", "new");
+  abstract.SetFieldByName("SocSec", "new");
+  abstract.SetFieldByName("TextDx", "new");
+  abstract.Update();
+}
+
+void Edit(SessionOf& session) {
+  session.connection.BeginTrans();
+  Abstract abstract = session.data_sets.GetAbstract(5);
+  SetFields(abstract);
+  session.connection.CommitTrans();
+}
+
+void Add(SessionOf& session) {
+  session.data_sets.OpenGlobalRecordsets();
+  session.connection.BeginTrans();
+  Abstract abstract = session.data_sets.GetAbstract();
+  abstract.AddNew(4711);
+  SetFields(abstract);
+  session.connection.CommitTrans();
+}
+
+struct Case {
+  const char* name;
+  void (*save)(SessionOf& session);
+  int id;
+  const char* before;
+  const char* after;
+};
+
+class PowerCut : public testing::TestWithParam<Case> {};
+
+TEST_P(PowerCut, LeavesTheOldRecordOrTheNewOneInAllTables) {
+  const Case& c = GetParam();
+  const TempFolder folder;
+  const std::string control = MakeDatabase(folder.File("control.db"), ControlScript(SmallFields()));
+  const std::string made = MakeDatabase(folder.File("made.db"), RegistryScript());
+  const std::string id = std::to_string(c.id);
+  const std::string query =
+      "SELECT (SELECT LastName FROM Abstracts WHERE AbsRefID = " + id +
+      "), (SELECT Remarks LIKE '%new%' FROM Abstracts WHERE AbsRefID = " + id +
+      "), (SELECT BirthDate FROM Abstracts_2 WHERE AbsRefID = " + id +
+      "), (SELECT SocSec FROM Abstracts_3 WHERE AbsRefID = " + id + ")";
+  std::set<std::string> seen;
+  int moment = 0;
+  for (bool killed = true; killed; ++moment) {
+    const std::string work = std::to_string(moment);
+    std::filesystem::create_directory(folder.path() / work);
+    const std::string registry = folder.File(work + "/registry.db");
+    std::filesystem::copy_file(made, registry);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      int result = 1;
+      try {
+        DieAtMoment(moment);
+        SessionOf session(control, registry);
+        c.save(session);
+        result = 0;
+      } catch (const Error& error) {
+        std::fprintf(stderr, "%d %s\n", error.number(), error.what());
+      }
+      _exit(result);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    killed = WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    ASSERT_TRUE(killed || (WIFEXITED(status) && WEXITSTATUS(status) == 0)) << "moment " << moment;
+    const std::string now = QueryText(registry, query);
+    EXPECT_TRUE(now == c.before || now == c.after) << "moment " << moment << ": " << now;
+    if (killed) {
+      seen.insert(now);
+    } else {
+      EXPECT_EQ(now, c.after);
+    }
+    EXPECT_EQ(QueryText(registry, "PRAGMA integrity_check"), "ok");
+    ASSERT_LT(moment, 500);
+  }
+  EXPECT_GT(moment, 12) << "begin and end of BEGIN, three updates and COMMIT at least";
+  EXPECT_EQ(seen, (std::set<std::string>{c.before, c.after}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Records, PowerCut,
+    testing::Values(Case{"Edit", &Edit, 5, "Garcia |0|20010203|123", "new|1|new|new"},
+                    Case{"Add", &Add, 4711, "NULL|NULL|NULL|NULL", "new|1|new|new"}),
+    [](const auto& test) { return test.param.name; });
+
+}  // namespace
+}  // namespace qm::test
