@@ -39,7 +39,7 @@ class BenchRegistry {
       std::ofstream truth(folder_ / "truth.csv");
       SyntheticOptions options;
       options.patients = options.incoming = kAbstracts;
-      GenerateRegistry(session_.Registry(), *data_sets.GetNAACCRLayout(), options, lines, truth);
+      GenerateRegistry(session_.Registry(), *QMDataSets().GetNAACCRLayout(), options, lines, truth);
     }
     Importer().ImportFile(incoming);
     layout = data_sets.GetNAACCRLayout();

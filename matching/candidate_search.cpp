@@ -26,23 +26,26 @@ std::string EscapedLiteral(const std::string& quoted) {
 
 // The condition that a patient is a candidate: one blocking field agrees. Empty: all patients.
 std::string BlockingCondition(const std::shared_ptr<Connection>& connection,
-                              const Recordset& abstract, bool escape_apostrophes) {
+                              const Recordset& abstract, bool escape_quotes) {
   MatchingState& state = CurrentMatching();
   std::string condition;
   const auto rules = connection->CreateRecordset();
   rules->Open("SELECT * FROM tblBlockingParameters", connection);
+  int number = 0;
   for (const Recordset& rule : rules->Rows()) {
+    state.rule_in_work = "number " + std::to_string(++number) + " of tblBlockingParameters";
     std::string expression(Trim(ToText(rule.Value("AbstractField"))));
     state.rule_in_work = expression;
-    const std::string value = EvaluateMatchField(expression, abstract);
+    const std::string value = EvaluateMatchField(
+        expression, abstract, escape_quotes ? ValueText::kEscaped : ValueText::kPlain);
     const Variant ignored = rule.Value("ignorevalues");
     if (!ignored.IsNull() && ToText(ignored).find(value) != std::string::npos) continue;
     condition.append(condition.empty() ? " WHERE " : " OR ")
         .append(Trim(ToTextOrEmpty(rule.Value("PatientField"))))
         .append(" = ")
-        .append(escape_apostrophes ? EscapedLiteral(value) : value);
+        .append(escape_quotes ? EscapedLiteral(value) : value);
   }
-  state.rule_in_work.clear();
+  state.rule_in_work = "of tblBlockingParameters (its PatientField)";
   return condition;
 }
 
@@ -65,12 +68,13 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
   const std::string query =
       "SELECT PatientID, soundex, race1, sex, lastname, firstname, middlename, birthdate, socsec "
       "from Patients" +
-      BlockingCondition(connection, abstract, options.escape_apostrophes);
+      BlockingCondition(connection, abstract, options.escape_quotes);
 
   std::vector<Candidate> found;
-  MatchScorer scorer(abstract);
+  MatchScorer scorer(abstract, options.escape_quotes ? ValueText::kEscaped : ValueText::kPlain);
   const auto rows = connection->CreateRecordset();
   rows->Open(query, connection);
+  state.rule_in_work.clear();
   for (const Recordset& row : rows->Rows()) {
     std::vector<RuleScore> rules;
     const std::int16_t score = scorer.Score(row, options.explain ? &rules : nullptr);

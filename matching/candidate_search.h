@@ -25,9 +25,9 @@ enum class TieOrder {
 };
 
 struct CandidateOptions {
-  /// Doubles the apostrophes within blocking values, so that O'BRIEN is found; without it such a
-  /// value makes the query fail.
-  bool escape_apostrophes = false;
+  /// Escapes the quotes within values: apostrophes in blocking values, so that O'BRIEN is found,
+  /// and double quotes in expressions. Without it such a value makes the query or the script fail.
+  bool escape_quotes = false;
   TieOrder ties = TieOrder::kRetrieval;
   std::optional<std::int16_t> cutoff;  ///< instead of the thread's
   bool explain = false;                ///< fills `rules` of each candidate
@@ -48,8 +48,9 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
 /// The text that clients split: ", " + PatientID + ":" + score for each match.
 std::string MatchText(const std::vector<Match>& matches);
 
-/// The field expression, trimmed, of the rule that was in work when the calling thread's last
-/// search or scoring failed; empty when it did not fail, or failed outside a rule.
+/// After a failed load of rules, search or scoring on the calling thread: the rule that was in
+/// work, by its trimmed field expression or, where it has none to show, by its place ("number 2 of
+/// tblBlockingParameters"). Empty when nothing failed, or the failure lay outside the rules.
 const std::string& LastRule();
 
 }  // namespace qm

@@ -67,6 +67,26 @@ void SubstituteFields(std::string& expression,
   }
 }
 
+namespace {
+
+// From left to right, each mark once; a value is never searched. What is no pair of marks stays.
+void SubstituteEscaped(std::string& expression,
+                       const std::function<std::string(std::string_view name)>& field) {
+  std::string result;
+  std::string_view rest = expression;
+  for (std::size_t p; (p = rest.find(kClose)) != std::string_view::npos;) {
+    const std::size_t open = rest.substr(0, p).rfind(kOpen);
+    if (open == std::string_view::npos) break;
+    const std::size_t name = open + kOpen.size();
+    result.append(rest.substr(0, open)).append("\"");
+    result.append(ReplaceAll(field(rest.substr(name, p - name)), "\"", "\"\"")).append("\"");
+    rest.remove_prefix(p + kClose.size());
+  }
+  expression = result.append(rest);
+}
+
+}  // namespace
+
 const ScriptEngine& MatchScriptEngine() {
   auto& engine = CurrentMatching().script_engine;
   if (!engine) {
@@ -80,11 +100,12 @@ const ScriptEngine& MatchScriptEngine() {
   return *engine;
 }
 
-std::string EvaluateMatchField(std::string& expression, const Recordset& record) {
+std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
   const ScriptEngine& engine = MatchScriptEngine();
   const std::string rule = expression;
-  SubstituteFields(expression,
-                   [&](std::string_view name) { return FieldText(record, name, rule); });
+  const auto field = [&](std::string_view name) { return FieldText(record, name, rule); };
+  values == ValueText::kEscaped ? SubstituteEscaped(expression, field)
+                                : SubstituteFields(expression, field);
   if (expression.find('(') == std::string::npos) {
     return Quoted(FieldText(record, expression, rule));
   }

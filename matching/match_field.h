@@ -22,9 +22,14 @@ namespace qm {
 void SubstituteFields(std::string& expression,
                       const std::function<std::string(std::string_view name)>& field);
 
+/// How a record's values get into an expression: `kPlain` as published, or `kEscaped`, with double
+/// quotes doubled and marks in a value left alone, so that no value can break or run as script.
+enum class ValueText { kPlain, kEscaped };
+
 /// The value of `expression`, which is rewritten in place, for the row that `record` stands on;
 /// always between single quotes. Errors of the look-up (3265) and of the script pass through.
-std::string EvaluateMatchField(std::string& expression, const Recordset& record);
+std::string EvaluateMatchField(std::string& expression, const Recordset& record,
+                               ValueText values = ValueText::kPlain);
 
 /// The calling thread's script engine, made at its first use: the object "Functions" with the
 /// member `Soundex` is added with its members global.

@@ -21,9 +21,10 @@ constexpr std::size_t kBufferLength = 25;
 
 // The value as the buffer holds it, less the blanks that fill it up. The cut comes before the
 // quotes go: 24 characters of a value take part.
-std::string ComparedValue(const std::string& expression, const Recordset& record) {
+std::string ComparedValue(const std::string& expression, const Recordset& record,
+                          ValueText values) {
   std::string rewritten = expression;
-  const std::string value = UpperCase(EvaluateMatchField(rewritten, record));
+  const std::string value = UpperCase(EvaluateMatchField(rewritten, record, values));
   std::string buffer(CharacterSlice(value, 0, kBufferLength));
   std::erase(buffer, '\'');
   buffer.erase(buffer.find_last_not_of(' ') + 1);
@@ -64,8 +65,8 @@ RuleScore ApplyRule(const MatchRule& rule, const std::string& abstract, const st
 
 }  // namespace
 
-MatchScorer::MatchScorer(const Recordset& abstract)
-    : abstract_(abstract), abstract_values_(CurrentMatching().rules.size()) {}
+MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
+    : abstract_(abstract), values_(values), abstract_values_(CurrentMatching().rules.size()) {}
 
 std::int16_t MatchScorer::Score(const Recordset& block, std::vector<RuleScore>* rules) {
   MatchingState& state = CurrentMatching();
@@ -75,8 +76,8 @@ std::int16_t MatchScorer::Score(const Recordset& block, std::vector<RuleScore>* 
       const MatchRule& rule = state.rules[i];
       state.rule_in_work = Trim(rule.field_expression);
       auto& abstract_value = abstract_values_[i];
-      if (!abstract_value) abstract_value = ComparedValue(state.rule_in_work, abstract_);
-      const std::string patient_value = ComparedValue(state.rule_in_work, block);
+      if (!abstract_value) abstract_value = ComparedValue(state.rule_in_work, abstract_, values_);
+      const std::string patient_value = ComparedValue(state.rule_in_work, block, values_);
       RuleScore score = ApplyRule(rule, *abstract_value, patient_value, total);
       if (rules != nullptr) rules->push_back(std::move(score));
     }

@@ -13,11 +13,13 @@
 #include <qm/matcher.h>
 #include <qm/recordset.h>
 
+#include "matching/match_field.h"
+
 namespace qm {
 
 class MatchScorer {
  public:
-  explicit MatchScorer(const Recordset& abstract);
+  explicit MatchScorer(const Recordset& abstract, ValueText values = ValueText::kPlain);
 
   /// The weighted agreement of the row that `block` stands on; `rules`, when given, receives what
   /// each rule did. A failure keeps its number and description; its source gains
@@ -26,6 +28,7 @@ class MatchScorer {
 
  private:
   const Recordset& abstract_;
+  ValueText values_;
   std::vector<std::optional<std::string>> abstract_values_;
 };
 

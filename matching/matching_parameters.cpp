@@ -8,6 +8,7 @@
 #include <qm/matcher.h>
 
 #include "matching/matching_state.h"
+#include "runtime/text.h"
 
 namespace qm {
 
@@ -25,7 +26,10 @@ std::int64_t CountRows(Recordset& recordset) {
 
 // Column by column, so that a rule that fails keeps what was read of it.
 void ReadRule(const Recordset& row, MatchRule& rule) {
+  std::string& in_work = CurrentMatching().rule_in_work;
+  in_work = "without a FieldName in tblMatchingParameters";
   rule.field_expression = ToTextOrEmpty(row.Value("FieldName"));
+  if (!Trim(rule.field_expression).empty()) in_work = Trim(rule.field_expression);
   rule.weight = ToDouble(row.Value("Weight"));
   const Variant missing_values = row.Value("MissingValues");
   rule.missing_values = missing_values.IsNull() ? kNoMissingValues : ToText(missing_values);
@@ -52,6 +56,7 @@ void LoadRules(const std::shared_ptr<Connection>& connection, std::vector<MatchR
 }
 
 std::int16_t ReadCutoff(const std::shared_ptr<Connection>& connection) {
+  CurrentMatching().rule_in_work = "of tblTLCParameters (PotentialPatientMatch)";
   const auto row = connection->CreateRecordset();
   row->Open("select * from tblTLCParameters", connection);
   return ToInt16(row->Value("PotentialPatientMatch"));
@@ -61,12 +66,14 @@ std::int16_t ReadCutoff(const std::shared_ptr<Connection>& connection) {
 
 bool Matcher::ReadMatchingParams(std::string_view con) {
   MatchingState& state = CurrentMatching();
+  state.rule_in_work.clear();
   try {
     const auto connection = Connection::Create();
     connection->Open(con);
     LoadRules(connection, state.rules);
     state.cutoff_score = ReadCutoff(connection);
     connection->Close();
+    state.rule_in_work.clear();
     return true;
   } catch (const Error& error) {
     throw error.As(kObjectErrorBase + 5000, "qmDataObjects.Matcher.ReadMatchingParams");

@@ -85,12 +85,12 @@ class MatchCommand {
     const Settings& settings = tool_.settings;
     const auto matching =
         settings.matching.empty() ? registry : OpenDatabase(tool_, Database::kMatching);
-    tool_.doing = [] { return "reading the matching rules"; };
+    tool_.doing = [] { return "reading the matching rules" + RuleInWork(); };
     Matcher().ReadMatchingParams(ConnectionStringOf(settings, Database::kMatching));
     const auto id = std::make_shared<std::int32_t>(0);
     tool_.doing = [id] {
-      const std::string rule = LastRule().empty() ? "" : ", rule " + LastRule();
-      return "matching abstract " + std::to_string(*id) + rule;
+      return *id == 0 ? "reading the abstracts"
+                      : "matching abstract " + std::to_string(*id) + RuleInWork();
     };
 
     const auto abstracts = registry->CreateRecordset();
@@ -113,6 +113,8 @@ class MatchCommand {
   }
 
  private:
+  static std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
+
   std::string Selection() const {
     return arguments_.abstract ? " WHERE AbsRefID = " + std::to_string(*arguments_.abstract)
                                : " ORDER BY AbsRefID";
@@ -126,7 +128,7 @@ class MatchCommand {
   void WriteMatches(const std::shared_ptr<Connection>& matching, const Recordset& abstract,
                     std::int32_t id) {
     CandidateOptions options;
-    options.escape_apostrophes = true;
+    options.escape_quotes = true;
     options.ties = TieOrder::kPatientId;
     options.cutoff = arguments_.cutoff;
     options.explain = arguments_.explain;

@@ -27,7 +27,9 @@ void AddLayoutOption(CLI::App& command, std::string& version) {
 
 std::shared_ptr<NAACCRLayout> LoadLayout(Tool& tool, QMDataSets& data_sets,
                                          const std::string& version, std::string_view order_by) {
-  tool.doing = [] { return "loading the layout from the control database"; };
+  tool.doing = [name = version.empty() ? std::string() : " " + version] {
+    return "loading layout" + name + " from the control database";
+  };
   const auto number =
       version.empty() ? kNewestVersion : static_cast<std::uint16_t>(std::stoi(version));
   auto layout = data_sets.GetNAACCRLayout(number, order_by);

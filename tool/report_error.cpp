@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 
 #include "runtime/text.h"
 
@@ -30,14 +31,25 @@ std::string PlainText(std::int32_t number) {
   }
 }
 
+// What an engine says of its files; it speaks of no record.
+constexpr std::string_view kTellable[] = {"attempt to write a readonly database",
+                                          "disk I/O error",
+                                          "database or disk is full",
+                                          "unable to open database file",
+                                          "database disk image is malformed",
+                                          "file is not a database"};
+
 // A name that the database lacks comes from the statement's own words, not from a record: values
 // stand between quotes there.
-std::string MissingName(std::string_view engine_text) {
+std::string TellablePart(std::string_view engine_text) {
   for (const std::string_view start : {"no such column: ", "no such table: "}) {
     if (engine_text.starts_with(start)) return ", " + std::string(engine_text);
   }
   const bool column = engine_text.find(" has no column named ") != std::string_view::npos;
-  return column ? ", " + std::string(engine_text) : std::string();
+  return column || std::find(std::begin(kTellable), std::end(kTellable), engine_text) !=
+                       std::end(kTellable)
+             ? ", " + std::string(engine_text)
+             : std::string();
 }
 
 }  // namespace
@@ -71,10 +83,14 @@ std::string DescribeError(const Error& error, const Tool& tool) {
   if (tool.doing) text += tool.doing() + ": ";
   text += "error " + std::to_string(error.number()) + " (" + error.source() + "): ";
   const bool plain = error.engine_code() != 0 && error.source() != kConnectSource;
-  text += plain ? PlainText(error.number()) + MissingName(error.description())
+  text += plain ? PlainText(error.number()) + TellablePart(error.description())
                 : std::string(error.description());
   if (const std::string table = TableOf(error.statement()); !table.empty()) {
     text += "; table " + table;
+  }
+  if (!tool.settings.folder.empty() && error.source() != kConnectSource &&
+      !error.source().starts_with("qm ")) {
+    text += "; databases in " + tool.settings.folder;
   }
   if (plain) {
     if (tool.settings.verbose) {

@@ -83,7 +83,7 @@ TEST_F(Search, Failures) {
   EXPECT_EQ(failure.number, -2147216504);
   EXPECT_EQ(failure.source, kSource);
   CandidateOptions options;
-  options.escape_apostrophes = true;
+  options.escape_quotes = true;
   options.explain = true;
   const auto found =
       FindCandidates(registry.database, *registry.data_sets.GetAbstract(5).Recordset(1), options);
@@ -93,12 +93,21 @@ TEST_F(Search, Failures) {
   ASSERT_EQ(found[0].rules.size(), 3U);
   EXPECT_EQ(found[0].rules[0].abstract_value, "OBRIEN");
 
+  // A value of quotes and marks stops nothing and runs nothing.
+  registry.Fill("tblBlockingParameters", "('Left(<<LastName>>, 99)', 'lastname', NULL)");
+  Abstracts("A\" & 1/0 & \"<<B>>", "ANN", "2");
+  EXPECT_TRUE(
+      FindCandidates(registry.database, *registry.data_sets.GetAbstract(5).Recordset(1), options)
+          .empty());
+
   Abstracts("LEE", "ANN", "2");
-  for (const auto& [rule, failing] :
-       std::vector<std::pair<std::string, std::string>>{{"('nope', 'lastname', NULL)", "nope"},
-                                                        {"('Left(', 'lastname', NULL)", "Left("},
-                                                        {"('LastName', 'nope', NULL)", ""},
-                                                        {"(NULL, 'lastname', NULL)", ""}}) {
+  for (const auto& [rule, failing] : std::vector<std::pair<std::string, std::string>>{
+           {"('nope', 'lastname', NULL)", "nope"},
+           {"('Left(', 'lastname', NULL)", "Left("},
+           {"('LastName', 'nope', NULL)",
+            "of tblBlockingParameters (its "
+            "PatientField)"},
+           {"(NULL, 'lastname', NULL)", "number 1 of tblBlockingParameters"}}) {
     registry.Fill("tblBlockingParameters", rule);
     failure = Raises([&] { Remote(); });
     EXPECT_EQ(failure.number, -2147216504) << rule;
@@ -185,7 +194,7 @@ TEST(SearchReference, RandomRows) {
       columns += (columns.empty() ? "" : ", ") + sql(abstract, column) + " AS " + column;
     }
     CandidateOptions options;
-    options.escape_apostrophes = true;
+    options.escape_quotes = true;
     options.ties = TieOrder::kPatientId;
     options.cutoff = static_cast<std::int16_t>(random() % 90);
     std::vector<std::pair<int, int>> found;

@@ -77,6 +77,7 @@ struct Case {
   const char* before;
   const char* after;
 };
+std::ostream& operator<<(std::ostream& out, const Case& c) { return out << c.name; }
 
 class PowerCut : public testing::TestWithParam<Case> {};
 

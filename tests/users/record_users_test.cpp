@@ -97,6 +97,8 @@ struct Case {
   const char* saved;  ///< its result after both saved
 };
 
+std::ostream& operator<<(std::ostream& out, const Case& c) { return out << c.family; }
+
 class TwoUsers : public testing::TestWithParam<Case> {};
 
 TEST_P(TwoUsers, OfOneFieldOneSavesAndOfTwoBothDo) {
@@ -145,7 +147,10 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Patient", "SocSec", "BirthDate", "0 ", "", kPatientRow, "Garcia|one|two"},
         Case{"Tumor", "HistCode", "HistCode", "-2147220002 QMData.Tumor.Update", "2", kTumorRow,
              "A|02|one"},
-        Case{"Tumor", "RecType", "SeqNumCentr", "0 ", "", kTumorRow, "one|two|8070"}));
+        Case{"Tumor", "RecType", "SeqNumCentr", "0 ", "", kTumorRow, "one|two|8070"}),
+    [](const auto& test) {
+      return std::string(test.param.family) + test.param.first + test.param.second;
+    });
 
 }  // namespace
 }  // namespace qm::test
