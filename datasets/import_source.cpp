@@ -18,6 +18,17 @@ namespace qm {
 namespace {
 
 constexpr unsigned kBufferSize = 256U * 1024U;
+constexpr std::size_t kSampleSize = 64U * 1024U;
+
+// More control characters than a text with a few damaged places has.
+bool LooksBinary(std::string_view sample) {
+  const auto controls = std::count_if(sample.begin(), sample.end(), [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return (byte < 0x20U || byte == 0x7FU) && byte != '\t' && byte != '\n' && byte != '\r' &&
+           byte != 0x1AU;
+  });
+  return static_cast<std::size_t>(controls) * 100 > sample.size();
+}
 
 }  // namespace
 
@@ -76,10 +87,14 @@ TextScan ScanText(const std::filesystem::path& file) {
   Digest digest;
   Utf8Check utf8;
   std::int64_t line = 1;
+  bool binary = false;
   std::vector<char> buffer(kBufferSize);
   while (const std::size_t count = source.Read(buffer.data(), buffer.size())) {
     const std::string_view bytes(buffer.data(), count);
-    if (scan.size == 0 && bytes.starts_with("\xEF\xBB\xBF")) scan.start = 3;
+    if (scan.size == 0) {
+      if (bytes.starts_with("\xEF\xBB\xBF")) scan.start = 3;
+      binary = LooksBinary(bytes.substr(0, kSampleSize));
+    }
     if (const auto nul = bytes.find('\0'); nul != std::string_view::npos) {
       line += std::count(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(nul), '\n');
       RaiseFile(kErrFileFormat, file,
@@ -92,6 +107,13 @@ TextScan ScanText(const std::filesystem::path& file) {
   }
   scan.digest = digest.Finish();
   scan.utf8 = utf8.Complete();
+  if (binary && !scan.utf8) {
+    RaiseFile(kErrFileFormat, file, "binary data; this is no text file");
+  }
+  // What a broken transfer leaves: the library takes no bytes as no text.
+  if (scan.size == 0 && file.extension() == ".gz" && std::filesystem::is_empty(file)) {
+    RaiseFile(kErrFileFormat, file, "the gzip data end too early");
+  }
   return scan;
 }
 

@@ -49,7 +49,8 @@ struct TextScan {
   bool utf8 = true;
 };
 
-/// 321 when the file holds a NUL byte, naming the line.
+/// 321 when the file holds a NUL byte, naming the line; when it is not UTF-8 and more than one in a
+/// hundred of its first bytes are control characters; when it is empty and named as a gzip file.
 TextScan ScanText(const std::filesystem::path& file);
 
 }  // namespace qm

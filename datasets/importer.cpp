@@ -49,6 +49,20 @@ void KeepUnderNumber(const fs::path& file) {
   }
 }
 
+fs::path RejectsOf(const fs::path& file, const ImportOptions& options) {
+  if (!options.rejects.empty()) return options.rejects;
+  fs::path path = file;
+  return path += ".rejects";
+}
+
+// The rejects would take the file's place.
+void RequireApart(const fs::path& file, const fs::path& rejects) {
+  std::error_code missing;
+  if (fs::equivalent(file, rejects, missing)) {
+    RaiseFile(kErrPathAccess, file, "is named as its own rejects file, which would replace it");
+  }
+}
+
 // One file on its way into the registry.
 class FileImport {
  public:
@@ -56,6 +70,7 @@ class FileImport {
              std::int64_t& line)
       : options_(options),
         file_(file),
+        rejects_(RejectsOf(file, options)),
         scan_(ScanText(file)),
         source_(file),
         lines_(source_),
@@ -76,7 +91,7 @@ class FileImport {
     }
     summary.imported = state.imported;
     summary.rejected = state.rejected;
-    if (state.rejected > 0 && fs::exists(RejectsPath())) summary.rejects = RejectsPath();
+    if (state.rejected > 0 && fs::exists(rejects_)) summary.rejects = rejects_;
     return summary;
   }
 
@@ -84,7 +99,8 @@ class FileImport {
   ImportState Begin(bool& already_imported) {
     Transaction transaction(CurrentSession().gcnRegistry.Get());
     std::optional<ImportState> state = journal_.Read();
-    already_imported = state && state->finished && !options_.again;
+    // A file of which nothing was taken, by a wrong layout for instance, is not done.
+    already_imported = state && state->finished && state->imported > 0 && !options_.again;
     if (already_imported || (state && !state->finished)) return *state;
     ImportState fresh;
     fresh.bytes = scan_.start;
@@ -132,8 +148,7 @@ class FileImport {
   // What is rejected follows from the file alone: the rejects are written when all is stored, in
   // one go, so that an interruption leaves none of them twice and none out.
   void WriteRejects() {
-    const fs::path path = RejectsPath();
-    PrivateFile rejects(path);
+    PrivateFile rejects(rejects_);
     lines_.SeekTo(scan_.start, 0);
     RawLine line;
     while (NextLine(line)) {
@@ -144,7 +159,7 @@ class FileImport {
       lines_.Rest([&out](std::string_view rest) { out << rest; });
     }
     line_ = 0;
-    if (fs::exists(path) && !SameContent(path, rejects.Close())) KeepUnderNumber(path);
+    if (fs::exists(rejects_) && !SameContent(rejects_, rejects.Close())) KeepUnderNumber(rejects_);
     rejects.Commit();
   }
 
@@ -156,14 +171,9 @@ class FileImport {
     transaction.Commit();
   }
 
-  fs::path RejectsPath() const {
-    if (!options_.rejects.empty()) return options_.rejects;
-    fs::path path = file_;
-    return path += ".rejects";
-  }
-
   const ImportOptions& options_;
   fs::path file_;
+  fs::path rejects_;
   TextScan scan_;
   TextSource source_;
   LineReader lines_;
@@ -190,6 +200,7 @@ Importer& Importer::operator=(Importer&&) noexcept = default;
 
 ImportSummary Importer::ImportFile(const fs::path& file) {
   state_->line = 0;
+  RequireApart(file, RejectsOf(file, state_->options));
   if (!state_->layouts) state_->layouts.emplace(state_->options.version);
   ImportSummary summary = FileImport(file, state_->options, *state_->layouts, state_->line).Run();
   state_->line = 0;

@@ -9,6 +9,7 @@
 #include <optional>
 #include <system_error>
 
+#include "runtime/private_file.h"
 #include "setup/schema.h"
 
 namespace qm {
@@ -19,6 +20,8 @@ namespace {
 
 constexpr const char* kSource = "QMDataObjects.RegistrySetup";
 constexpr std::array kFiles = {"registry.db", "control.db"};
+// Where the files are built: this, the process, and when.
+constexpr const char* kWorkFolder = ".setup-";
 // What a database in use, or one whose user was interrupted, keeps beside itself.
 constexpr std::array kCompanions = {"", "-wal", "-shm", "-journal"};
 
@@ -31,13 +34,32 @@ void Run(Connection& connection, const std::vector<std::string>& statements) {
               "The folder holds a registry already: " + found.string() + " exists.");
 }
 
+// Whether a setup was killed after it had placed the first file: that one is a link to the file
+// that the setup had built, and nobody has used it since.
+bool IsHalfPlaced(const fs::path& folder) {
+  const fs::path placed = folder / kFiles[0];
+  std::error_code missing;
+  for (const fs::path& work : Leftovers(folder / kWorkFolder, fs::file_type::directory)) {
+    if (fs::equivalent(placed, work / kFiles[0], missing) &&
+        fs::last_write_time(placed) <= fs::last_write_time(work)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Refuses a folder with a registry; what a killed setup had half placed is taken away.
 void RequireNoRegistry(const fs::path& folder) {
+  bool half_placed = false;
   for (const std::string file : kFiles) {
     for (const char* companion : kCompanions) {
       const fs::path path = folder / (file + companion);
-      if (fs::symlink_status(path).type() != fs::file_type::not_found) RefuseFolder(path);
+      if (fs::symlink_status(path).type() == fs::file_type::not_found) continue;
+      half_placed = path == folder / kFiles[0] && IsHalfPlaced(folder);
+      if (!half_placed) RefuseFolder(path);
     }
   }
+  if (half_placed) fs::remove(folder / kFiles[0]);
 }
 
 void MakePrivateFolder(const fs::path& folder) {
@@ -56,7 +78,7 @@ class WorkFolder {
       made_ = true;
     }
     const auto stamp = std::chrono::system_clock::now().time_since_epoch().count();
-    path_ = folder / (".setup-" + std::to_string(stamp));
+    path_ = folder / (kWorkFolder + ProcessNumber() + "-" + std::to_string(stamp));
     MakePrivateFolder(path_);
   }
   ~WorkFolder() {
@@ -103,12 +125,16 @@ void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
   CreateRegistry(registry, control, setup);
   registry->Close();
   control->Close();
-  Place(work.File(kFiles[1]), folder / kFiles[1]);
+  Place(work.File(kFiles[0]), folder / kFiles[0]);
   try {
-    Place(work.File(kFiles[0]), folder / kFiles[0]);
+    Place(work.File(kFiles[1]), folder / kFiles[1]);
   } catch (...) {
-    fs::remove(folder / kFiles[1]);
+    fs::remove(folder / kFiles[0]);
     throw;
+  }
+  std::error_code ignored;
+  for (const fs::path& left : Leftovers(folder / kWorkFolder, fs::file_type::directory)) {
+    fs::remove_all(left, ignored);
   }
 }
 

@@ -179,6 +179,7 @@ void GenerateRegistry(const std::shared_ptr<Connection>& registry, const NAACCRL
   if (!incoming || !truth) {
     throw Error(kErrEngine, kSource, "The incoming records could not be written.");
   }
+  if (options.before_commit) options.before_commit();
   transaction.Commit();
 }
 

@@ -20,6 +20,9 @@ struct SyntheticOptions {
   std::int64_t patients = 0;  ///< registered patients, at most ten million
   std::int64_t incoming = 0;  ///< incoming abstracts, at most ten million
   std::uint64_t seed = 1;
+  /// Called when both streams are complete, before the registry keeps anything: the place to put
+  /// files where they belong. What it throws leaves the registry as it was.
+  std::function<void()> before_commit{};
 };
 
 /// Told how many of the patients and incoming records together are done.

@@ -20,7 +20,7 @@ namespace {
 // The incoming records are written in this version.
 constexpr std::uint16_t kRecordVersion = 18;
 
-void Generate(const SyntheticOptions& options, Tool& tool) {
+void Generate(SyntheticOptions options, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
   const auto registry = OpenDatabase(tool, Database::kRegistry);
   tool.doing = [] { return "loading the layout from the control database"; };
@@ -31,13 +31,17 @@ void Generate(const SyntheticOptions& options, Tool& tool) {
   const std::filesystem::path folder = tool.settings.folder;
   PrivateFile incoming(folder / "incoming.txt");
   PrivateFile truth(folder / "truth.csv");
+  // An interruption before the registry is filled leaves files that the next run replaces; filled
+  // without its files it could not be generated again.
+  options.before_commit = [&truth, &incoming] {
+    truth.Commit();
+    incoming.Commit();
+  };
   {
     ProgressBar bar("generating");
     GenerateRegistry(registry, *layout, options, incoming.Stream(), truth.Stream(),
                      [&bar](std::int64_t done, std::int64_t total) { bar.Show(done, total); });
   }
-  truth.Commit();
-  incoming.Commit();
   std::cout << "generated " << options.patients << " patients and " << options.incoming
             << " incoming records in " << (folder / "incoming.txt").string() << '\n';
 }

@@ -1,6 +1,7 @@
 // qm import: files of NAACCR records become abstracts of the registry.
 #include <qm/error.h>
 #include <qm/importer.h>
+#include <qm/registry_setup.h>
 
 #include <filesystem>
 #include <iostream>
@@ -38,6 +39,7 @@ std::string Sentence(const std::string& file, const ImportSummary& summary) {
           std::to_string(summary.rejected);
   if (summary.resumed_at > 0) text += ", gone on behind line " + std::to_string(summary.resumed_at);
   if (!summary.rejects.empty()) text += "; rejected lines are in " + summary.rejects.string();
+  if (summary.already_imported) text += "; --again imports it again";
   return text;
 }
 
@@ -93,7 +95,8 @@ void AddImport(CLI::App& app, Tool& tool) {
   command
       ->add_option("--layout", arguments->options.version,
                    "layout of all records (11.3, 12, ... 18); default: by each record's version")
-      ->type_name("VERSION");
+      ->type_name("VERSION")
+      ->check(CLI::IsMember(ShippedLayouts()));
   command
       ->add_option("--rejects", arguments->rejects,
                    "file for rejected lines; default: "

@@ -6,17 +6,18 @@
 // are loaded when the first record of their version is met; one file may mix versions.
 //
 // A file is plain or gzip text (told by its first bytes), UTF-8 or else Windows-1252, with LF or
-// CRLF. It is read twice: a first pass refuses what is no readable text file (NUL bytes, damaged
-// gzip data) before anything is imported; the second stores the records, `batch` lines a
-// transaction. A line that cannot be a record of a known version (length, version, record type,
-// undecodable bytes, control characters) is rejected: it goes unchanged into the rejects file,
-// below a line "# line N: reason", and the rest goes on.
+// CRLF. It is read twice: a first pass refuses what is no readable text file (NUL bytes or other
+// binary data, damaged gzip data) before anything is imported; the second stores the records,
+// `batch` lines a transaction. A line that cannot be a record of a known version (length, version,
+// record type, undecodable bytes, control characters) is rejected: it goes unchanged into the
+// rejects file, below a line "# line N: reason", and the rest goes on.
 //
 // The table QMImports keeps how far a file was taken, by a digest of its content and in the same
 // transaction as the records: an import that was interrupted at any moment goes on where it
-// stopped, a file that was imported is not imported again, and two imports of one file at the same
-// time share the work. The rejects file is put in place at the end; one that is there already with
-// other content is kept under the next free name with a number.
+// stopped, a file that was imported is not imported again (one of which every line was rejected
+// is), and two imports of one file at the same time share the work. The rejects file is put in
+// place at the end; one that is there already with other content is kept under the next free name
+// with a number.
 //
 // Memory does not grow with the file. An importer belongs to the thread that made it.
 #pragma once
@@ -41,7 +42,8 @@ struct ImportProgress {
 struct ImportOptions {
   /// The layout of every record ("18", "11.3"); empty: each record's own version column tells.
   std::string version;
-  /// Where rejected lines go; empty: the file's own path with ".rejects" added.
+  /// Where rejected lines go; empty: the file's own path with ".rejects" added. Naming the file
+  /// itself is error 75.
   std::filesystem::path rejects;
   /// Import a file that was imported before.
   bool again = false;

@@ -204,7 +204,9 @@ TEST_F(Import, RefusesWholeFilesThatAreNoTextAndLeavesTheRegistryAlone) {
       {Write("binary", Records(3) + std::string("a\0b\n", 4)), kErrFileFormat, "line 4: a NUL"},
       {Write("cut.gz", gzip.substr(0, gzip.size() - 9)), kErrFileFormat, "end too early"},
       {Write("head.gz", gzip.substr(0, 5)), kErrFileFormat, "end too early"},
-      {Write("damaged.gz", damaged), kErrFileFormat, "damaged"}};
+      {Write("damaged.gz", damaged), kErrFileFormat, "damaged"},
+      {Write("empty.gz", ""), kErrFileFormat, "end too early"},
+      {Write("image", Records(3) + std::string(20, '\x01') + "\xFF\n"), kErrFileFormat, "binary"}};
   for (const Case& c : cases) {
     const test::Failure failure = test::Raises([&c] { ImportFile(c.file); });
     EXPECT_EQ(failure.number, c.number) << c.file;
@@ -237,6 +239,39 @@ TEST_F(Import, KnowsAFileAgainByItsContent) {
   EXPECT_NE(registry_.folder.Read("f.rejects").find("other\n"), std::string::npos);
 }
 
+TEST_F(Import, AFileOfWhichNothingWasTakenStartsAgain) {
+  const std::string file = Write("f", Incidence11("LATER") + "\n");
+  ImportOptions wrong;
+  wrong.version = "18";
+  EXPECT_EQ(ImportFile(file, wrong).rejected, 1);
+  const ImportSummary right = ImportFile(file);
+  EXPECT_FALSE(right.already_imported);
+  EXPECT_EQ(right.imported, 1);
+  EXPECT_EQ(right.rejected, 0);
+}
+
+TEST_F(Import, RefusesTheFileItselfForItsRejects) {
+  const std::string text = Records(10);
+  const std::string file = Write("f", text);
+  ImportOptions options;
+  options.rejects = registry_.folder.path() / "." / "f";
+  EXPECT_EQ(test::Raises([&] { ImportFile(file, options); }).number, kErrPathAccess);
+  std::filesystem::create_symlink(file, file + ".rejects");
+  EXPECT_EQ(test::Raises([&] { ImportFile(file); }).number, kErrPathAccess);
+  EXPECT_EQ(registry_.folder.Read("f"), text);
+  EXPECT_EQ(registry_.Registry("SELECT count(*) FROM QMImports"), "0");
+}
+
+TEST_F(Import, RemovesWhatKilledImportsLeftOfTheSameRejects) {
+  // No process has so high a number; process 1 is always there.
+  const std::string gone = Write("f.rejects.partial-999999999", "");
+  const std::string kept[] = {Write("f.rejects.partial-1", ""), Write("f.rejects.partial-x", ""),
+                              Write("g.rejects.partial-999999999", "")};
+  ImportFile(Write("f", Records(10)));
+  EXPECT_FALSE(std::filesystem::exists(gone));
+  for (const std::string& other : kept) EXPECT_TRUE(std::filesystem::exists(other)) << other;
+}
+
 TEST_F(Import, TakesTheLayoutThatIsAskedFor) {
   ImportOptions options;
   options.version = "11.3";
@@ -248,6 +283,12 @@ TEST_F(Import, TakesTheLayoutThatIsAskedFor) {
   const test::Failure failure = test::Raises([&] { ImportFile(Write("g", "x"), options); });
   EXPECT_EQ(failure.number, 1115);
   EXPECT_EQ(failure.description, "NAACCR Version 17 not found in the control database.");
+
+  for (const char* version : {"foo", "17", "11.9"}) {
+    std::vector<std::string> command = ImportCommand(Write("g", "x"), "3");
+    command.insert(command.end(), {"--layout", version});
+    EXPECT_EQ(test::RunProgram(command).exit_code, 2) << version;
+  }
 }
 
 TEST_F(Import, AFailureKeepsTheFinishedTransactionsAndTheNextRunGoesOn) {

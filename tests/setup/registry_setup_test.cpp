@@ -7,6 +7,7 @@
 #include <qm/registry_setup.h>
 #include <qm/session.h>
 
+#include <chrono>
 #include <fstream>
 #include <map>
 #include <set>
@@ -197,6 +198,23 @@ TEST(RegistrySetup, FolderIsPrivateAndComplete) {
     EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(QueryText(entry.path().string(), "PRAGMA journal_mode"), "wal");
   }
+  EXPECT_THAT(names, testing::ElementsAre("control.db", "registry.db"));
+}
+
+TEST(RegistrySetup, KilledBeforeBothFilesWerePlacedItStartsAgain) {
+  const TempFolder folder;
+  // No process has so high a number.
+  const fs::path work = folder.path() / ".setup-999999999-1";
+  CreateRegistryFolder(work);
+  fs::create_hard_link(work / "registry.db", folder.path() / "registry.db");
+  // Whoever used the file since keeps it.
+  const auto built = fs::last_write_time(work);
+  fs::last_write_time(work, built - std::chrono::hours(1));
+  EXPECT_EQ(Raises([&] { CreateRegistryFolder(folder.path()); }).number, kErrIntegrity);
+  fs::last_write_time(work, built);
+  CreateRegistryFolder(folder.path());
+  std::set<std::string> names;
+  for (const auto& [name, content] : Content(folder)) names.insert(name);
   EXPECT_THAT(names, testing::ElementsAre("control.db", "registry.db"));
 }
 

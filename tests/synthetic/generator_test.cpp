@@ -144,6 +144,9 @@ TEST(Generator, RefusesAndLeavesTheRegistryAsItWas) {
   EXPECT_EQ(generate(*layout, {5, 5, 1}, true), kErrEngine);
   QMDataSets other;
   EXPECT_EQ(generate(*other.GetNAACCRLayout(16), {5, 5, 1}, false), kErrBadArgument);
+  SyntheticOptions misplaced{5, 5, 1};
+  misplaced.before_commit = [] { throw Error(75, "", ""); };
+  EXPECT_EQ(generate(*layout, misplaced, false), 75);
   EXPECT_EQ(registry.Rows(), before);
   EXPECT_EQ(generate(*layout, {5, 12, 1}, false), 0);
   EXPECT_EQ(generate(*layout, {5, 5, 1}, false), kErrNotAllowedHere);
