@@ -18,7 +18,7 @@ namespace qm {
 namespace {
 
 constexpr unsigned kBufferSize = 256U * 1024U;
-constexpr std::size_t kSampleSize = 64U * 1024U;
+constexpr std::size_t kSampleSize = std::size_t{64} * 1024;
 
 // More control characters than a text with a few damaged places has.
 bool LooksBinary(std::string_view sample) {

@@ -200,7 +200,7 @@ TEST(Generator, TheDefaultRulesFindTheRegistered) {
             200);
   Matcher().ReadMatchingParams(SqliteConnectionString(registry.path));
   CandidateOptions options;
-  options.escape_apostrophes = true;
+  options.escape_quotes = true;
   options.ties = TieOrder::kPatientId;
   int right = 0;
   int found = 0;
