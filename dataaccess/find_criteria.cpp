@@ -174,6 +174,8 @@ std::partial_ordering FindCriteria::Compare(const Variant& value) const {
       return std::string_view(UpperCase(*text)) <=> std::string_view(text_);
     }
     number = kind_ == Kind::kDate ? DaysReadFrom(*text) : ParseNumber(*text);
+  } else if (const auto* date = value.GetIf<Date>()) {
+    number = DaysOf(*date);
   } else {
     number = ToDouble(value);
   }

@@ -70,10 +70,15 @@ void SplitRecord::Open(qm::Recordset& recordset, int table) {
   stale_[static_cast<std::size_t>(table) - 1] = false;
 }
 
-// A new row that waits in the primary table and in this one is the same record's.
+// A new row that waits here is the record's own while the primary one waits too, or was saved under
+// the same key.
 bool SplitRecord::ShowsRecord(const qm::Recordset& recordset, int table) const {
   if (!stale_[static_cast<std::size_t>(table) - 1]) return true;
-  return recordset.EditMode() == kEditAdd && Primary().EditMode() == kEditAdd;
+  if (recordset.EditMode() != kEditAdd) return false;
+  const qm::Recordset& primary = Primary();
+  if (primary.EditMode() == kEditAdd) return true;
+  return !primary.Bof() && !primary.Eof() &&
+         recordset.Value(family_->key) == primary.Value(family_->key);
 }
 
 qm::Recordset& SplitRecord::Current(int table) {

@@ -77,6 +77,8 @@ void SplitRecord::SetBookMark(const Variant& value) {
     } else {
       stale[t] = true;
     }
+    // Should a later table fail, none may pass for the row that the primary stands on by now.
+    if (t == 0) MarkStale();
   }
   RefillTextsThatFollow();
   stale_ = std::move(stale);

@@ -65,9 +65,14 @@ void SplitRecord::Update() {
 
 void SplitRecord::CancelUpdate() {
   Trap(family_->cancel_error, SaveSource(*family_, "CancelUpdate"), [this] {
+    bool row_dropped = false;
     for (const auto& recordset : recordsets_) {
-      if (recordset->State() == kStateOpen) recordset->CancelUpdate();
+      if (recordset->State() != kStateOpen) continue;
+      row_dropped = row_dropped || recordset->EditMode() == kEditAdd;
+      recordset->CancelUpdate();
     }
+    // Where the new row was saved in some tables only, the others stand on another record.
+    if (row_dropped) MarkStale();
   });
 }
 

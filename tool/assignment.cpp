@@ -38,6 +38,9 @@ std::vector<Assignment> ReadAssignments(const std::vector<std::string>& argument
       assignments.push_back(ParseAssignment(line));
     }
   }
+  if (assignments.empty()) {
+    throw Error(kErrBadArgument, "qm", "standard input holds no NAME=VALUE");
+  }
   return assignments;
 }
 

@@ -76,12 +76,27 @@ void RequireFields(Abstract& abstract, const NAACCRLayout& layout,
   }
 }
 
+// A value that cannot be stored as it is: a memo's separator would move the texts behind it.
+void RequireText(const Assignment& assignment) {
+  if (!IsValidUtf8(assignment.value) || assignment.value.find('\x02') != std::string::npos) {
+    throw Error(
+        kErrBadArgument, "qm set",
+        "the value of '" + assignment.name + "' is no UTF-8 text, or holds the character 2");
+  }
+}
+
+// A warning only, so that a field that cannot be read keeps nobody from saving.
 std::string MissingCriticalFields(Abstract& abstract, const NAACCRLayout& layout) {
   std::string names;
-  if (!abstract.CriticalFieldsMissing()) return names;
   for (std::int16_t i = 1; i <= layout.FieldsCount(); ++i) {
-    if (layout.FieldCriticalFlag(i) == 0 || abstract.FieldByIndex(i) != Variant("")) continue;
-    names += (names.empty() ? "" : ", ") + layout.FieldName(i);
+    if (layout.FieldCriticalFlag(i) == 0) continue;
+    try {
+      if (abstract.FieldByIndex(i) != Variant("")) continue;
+      names += (names.empty() ? "" : ", ") + layout.FieldName(i);
+    } catch (const Error& failure) {
+      if (failure.engine_code() != 0) throw;
+      names += (names.empty() ? "" : ", ") + layout.FieldName(i) + " (not there)";
+    }
   }
   return names;
 }
@@ -107,6 +122,7 @@ void Set(const Arguments& arguments, Tool& tool) {
   }
   RequireFields(abstract, *layout, assignments);
   for (const Assignment& assignment : assignments) {
+    RequireText(assignment);
     *field = assignment.name;
     abstract.SetFieldByName(assignment.name, assignment.value);
   }

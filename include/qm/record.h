@@ -9,6 +9,9 @@
 // Moving moves the primary recordset alone and marks the other tables stale. `Update` saves every
 // open table, `CancelUpdate` gives the edits of all of them up. The edit of a secondary table stays
 // pending when the record moves on: until it is saved or cancelled, touching that table is 3219.
+// The texts are no edit of a recordset: a move of an abstract reads those of the row it reaches,
+// unsaved ones are gone; `CancelUpdate`, `SeekRecord` and `AddNew` leave them as they are, and the
+// next `Update` of an abstract writes them.
 // Failures of the recordsets reach the caller as they are, except where a member says otherwise.
 #pragma once
 
