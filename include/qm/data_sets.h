@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include <qm/api.h>
+#include <qm/display.h>
 #include <qm/naaccr_layout.h>
 #include <qm/record.h>
 #include <qm/recordset.h>
@@ -57,6 +58,33 @@ class QM_API QMDataSets {
                                       bool blnUseDefaultProject = false,
                                       std::span<const std::int16_t> importprojects = {},
                                       std::int32_t AbsRefID = kNoId);
+
+  /// Cuts a record as `AddAbstract` does and writes every field of the layout that abstracts keep
+  /// into that abstract, the texts too. 3021 when there is no such abstract.
+  void UpdateAbstract(std::int32_t lAbsRefID, std::string_view strBuffer);
+  /// Makes a patient with the next identifier of the counter "PatientID": a row in every table of
+  /// the family, every field that the abstract shares with patients, and the `Soundex` of the last
+  /// name. The abstract's `PatientID` is set. Nothing is undone when a step fails.
+  Patient AddPatient(Abstract& qmAbstract);
+  /// Makes a tumor of the abstract's patient with the next identifier of the counter "MedRefID" and
+  /// every field that the abstract shares with tumors. The abstract's `MedRefID` is set. 3021 when
+  /// the abstract has no patient.
+  Tumor AddTumor(Abstract& qmAbstract);
+
+  /// One fixed-width record, as long as an abstract record of the layout, from an abstract: a
+  /// facility's case report. Dates of code "D" come out as MMDDCCYY, other values as padded, cut at
+  /// their field's length. Any failure is base + 1107.
+  std::string CreateFacilityNAACCRBuffer(Abstract& qmAbstract);
+  /// The same from a patient and one of its tumors, whose value wins where both have the field: the
+  /// registry's consolidated record. Leaves both with the patient's `AutoFormatValues`. Base +
+  /// 1108.
+  std::string CreateConsolidatedNAACCRBuffer(Patient& qmPatient, Tumor& qmTumor);
+
+  /// A stored selection of items. An unknown identifier gives an empty display without a name.
+  /// Nothing is trapped.
+  Display LoadDisplay(std::int16_t iDisplayID);
+  /// A placeholder of the interface: stores nothing and gives 0.
+  std::int16_t SaveDisplay(const Display& objDisplay);
 
   /// Reads the first record of a text that `GetXML` of a record wrote into the value slots
   /// (`fieldvalue`) of this object's layout, and gives the layout. White space between elements is
