@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -31,6 +32,12 @@ class ConnectionSlot {
 /// The recordsets of one family's tables, lower bound 1; none until first dimensioned.
 using GlobalRecordsets = std::optional<std::vector<std::shared_ptr<Recordset>>>;
 
+/// What gives the rows of the audit log their times and keys.
+struct AuditClock {
+  std::int64_t last = 0;                ///< microseconds since 1970 of the last row written
+  std::optional<std::uint32_t> writer;  ///< drawn at the first row
+};
+
 struct SessionState {
   ConnectionSlot gcnRegistry;
   ConnectionSlot gcnControl;
@@ -47,6 +54,7 @@ struct SessionState {
   GlobalRecordsets grsMedicalSum;
   /// Comma-separated columns of the three abstract tables, as the last layout load left them.
   std::array<std::string, 3> AbsTableFieldList;
+  AuditClock audit_clock;
 };
 
 /// The calling thread's session.

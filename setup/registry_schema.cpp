@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "runtime/text.h"
+#include "session/own_tables.h"
 #include "setup/schema.h"
 #include "setup/sql_text.h"
 
@@ -62,9 +63,6 @@ constexpr std::array kOtherTables = {
     " Weight REAL, MissingValues TEXT, ExactMatch INTEGER, StringComparatorParam INTEGER,"
     " AliasName TEXT, ignore INTEGER)",
     "CREATE TABLE tblTLCParameters (PotentialPatientMatch INTEGER)",
-    // How far each imported file, known by a digest of its content, was taken.
-    "CREATE TABLE QMImports (Digest TEXT PRIMARY KEY, FileName TEXT, LinesDone INTEGER,"
-    " BytesDone INTEGER, Imported INTEGER, Rejected INTEGER, Finished INTEGER)",
 };
 
 constexpr std::array kMatchingColumns = {"Soundex", "LastName", "BirthDate", "SocSec"};
@@ -89,11 +87,12 @@ std::string CreateFamilyTable(const FamilyTable& table, const std::vector<Shippe
 
 std::vector<std::string> RegistryTables(const std::vector<ShippedLayout>& layouts) {
   std::vector<std::string> statements;
-  statements.reserve(kFamilyTables.size() + kOtherTables.size());
+  statements.reserve(kFamilyTables.size() + kOtherTables.size() + OwnTables().size());
   for (const FamilyTable& table : kFamilyTables) {
     statements.push_back(CreateFamilyTable(table, layouts));
   }
   statements.insert(statements.end(), kOtherTables.begin(), kOtherTables.end());
+  for (const OwnTable& table : OwnTables()) statements.emplace_back(table.create);
   return statements;
 }
 

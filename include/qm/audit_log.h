@@ -30,22 +30,23 @@ struct AuditRow {
   AuditEntry entry;
 };
 
-/// Which rows are wanted; what is not given does not count.
+/// Which rows are wanted; what is not given does not count. Texts agree without regard to case.
 struct AuditFilter {
   std::string record;
   std::optional<std::int32_t> id;
   std::string user;
   std::string action;
-  std::string since;  ///< rows of that time or later, any leading part of it
+  std::string since;  ///< rows of that time or later, any leading part of it ("2026-01")
+  bool newest_first = false;
 };
 
-/// Writes one row in the name of the session's user.
+/// Writes one row in the name of the session's user. kErrNoSuchTable before `PrepareAudit`.
 QM_API void WriteAudit(const AuditEntry& entry);
 
-/// Rows in the order in which they were written, one at a time, until the function gives false. A
-/// registry without the table has none.
-QM_API void ReadAudit(const AuditFilter& filter,
-                      const std::function<bool(const AuditRow&)>& take);
+/// Rows in the order in which they were written, or the newest first, one at a time, until the
+/// function gives false. A registry without the table has none. A `since` that is no part of a time
+/// is kErrBadArgument.
+QM_API void ReadAudit(const AuditFilter& filter, const std::function<bool(const AuditRow&)>& take);
 
 /// Makes the table where a registry lacks it. Call it outside a transaction.
 QM_API void PrepareAudit();
