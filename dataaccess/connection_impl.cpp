@@ -67,7 +67,11 @@ void ConnectionImpl::SetIsolationLevel(std::int32_t level) {
   settings_.isolation_level = level;
 }
 
-void ConnectionImpl::SetCredentials(std::string_view, std::string_view) { RequireClosed(); }
+void ConnectionImpl::SetCredentials(std::string_view user, std::string_view password) {
+  RequireClosed();
+  settings_.user = user;
+  settings_.password = password;
+}
 
 void ConnectionImpl::RequireClosed() const {
   thread_.AssertThread();

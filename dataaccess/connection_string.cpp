@@ -38,8 +38,9 @@ std::string PieceName(int position) {
 // Takes the value at the front of `rest`, and the semicolon behind it.
 std::string TakeValue(std::string_view& rest, int position) {
   const std::size_t first = std::min(rest.find_first_not_of(kBlanks), rest.size());
-  const char quote = first < rest.size() ? rest[first] : '\0';
-  if (quote != '"' && quote != '\'') {
+  const char opening = first < rest.size() ? rest[first] : '\0';
+  const char quote = opening == '{' ? '}' : opening;
+  if (quote != '"' && quote != '\'' && quote != '}') {
     const std::size_t end = std::min(rest.find(';'), rest.size());
     std::string value(Strip(rest.substr(0, end)));
     rest.remove_prefix(std::min(end + 1, rest.size()));
@@ -93,6 +94,12 @@ const ParsedConnectionString::Part* ParsedConnectionString::FindPart(
     if (EqualsIgnoreCase(part.keyword, Canonical(keyword))) return &part;
   }
   return nullptr;
+}
+
+std::vector<std::pair<std::string, std::string>> ParsedConnectionString::Values() const {
+  std::vector<std::pair<std::string, std::string>> values;
+  for (const Part& part : parts_) values.emplace_back(part.keyword, part.value);
+  return values;
 }
 
 std::optional<std::string> ParsedConnectionString::Find(std::string_view keyword) const {

@@ -3,6 +3,8 @@
 #include <qm/error.h>
 
 #include "dataaccess/data_error.h"
+#include "dataaccess/providers/odbc/odbc_connection_string.h"
+#include "dataaccess/providers/odbc/odbc_session.h"
 #include "dataaccess/providers/sqlite/sqlite_session.h"
 #include "runtime/text.h"
 
@@ -22,6 +24,7 @@ constexpr ProviderEntry kProviders[] = {{"SQLite", &SqliteSession::Open}};
 
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
                                                      const SessionSettings& settings) {
+  if (IsOdbcString(connection)) return OdbcSession::Open(connection, settings);
   const auto name = connection.Find("Provider");
   if (!name) RaiseData(kErrUnknownProvider, "the connection string names none");
   for (const ProviderEntry& entry : kProviders) {

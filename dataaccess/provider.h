@@ -95,20 +95,22 @@ class ProviderSession {
   virtual std::int32_t IsolationLevel() const = 0;
 
   /// Prepares a caller's statement; `with_identity` asks for the identity of its rows where the
-  /// statement allows it.
-  virtual std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity) = 0;
+  /// statement allows it, `stream` tells that its rows are read once and not kept.
+  virtual std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
+                                                     bool stream) = 0;
   /// The statement that reads a whole table in the order of its key, with identity where it can.
   virtual std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) = 0;
   /// The shape of a table's rows, without reading any.
   virtual RowShape TableShape(std::string_view table) = 0;
 
-  /// The row as it stands now; false when it is gone.
-  virtual bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) = 0;
+  /// The row as it stands now; false when it is gone. `lock` keeps others from changing it until
+  /// the transaction ends, where the transaction itself does not.
+  virtual bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row, bool lock) = 0;
   /// The order of one of the table's own indexes, by name or as "PrimaryKey"; null when it is
   /// unknown or does not hold every row by plain columns. Empty: the order of the identity.
   virtual std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape,
                                                     std::string_view index) = 0;
-  /// At most `count` rows of a table, in that order; by one statement.
+  /// At most `count` rows of a table, in that order.
   virtual std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
                                     RowIdentity key, int count) = 0;
   virtual std::int64_t CountRows(const RowOrigin& origin) = 0;
@@ -142,6 +144,8 @@ struct SessionSettings {
   std::int32_t command_timeout = 30;
   std::int32_t mode = 0;
   std::int32_t isolation_level = 0;
+  std::string user{};
+  std::string password{};
 };
 
 /// Opens a session with the provider that the connection string names (3706 when unknown).

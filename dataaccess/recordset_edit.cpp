@@ -47,7 +47,8 @@ void RecordsetImpl::LockRow() {
   try {
     Row now;
     unchanged =
-        open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin), now) &&
+        open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin), now,
+                                           true) &&
         now.size() == row_.size();
     for (std::size_t i = 0; unchanged && i < shape_.columns.size(); ++i) {
       unchanged = shape_.columns[i].origin.empty() || SameStored(now[i], row_[i]);
@@ -121,7 +122,7 @@ void RecordsetImpl::InsertNew() {
   pending_.clear();
   edit_mode_ = kEditNone;
   // The engine may have filled in defaults, or a trigger have taken the row away.
-  const bool there = session.ReadRow(*shape_.origin, identity, row_);
+  const bool there = session.ReadRow(*shape_.origin, identity, row_, false);
   if (there) rows_->Added(row_);
   Settle(there ? Moved::kRow : Moved::kDeleted, true);
 }

@@ -139,8 +139,9 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
     RequireSingleStatement(source_);
     const bool by_identity = cursor_location_ == kUseServer &&
                              (cursor_type_ == kOpenKeyset || cursor_type_ == kOpenDynamic);
-    return RunStatement(connection,
-                        session.Prepare(source_, by_identity || lock_type_ != kLockReadOnly));
+    const bool stream = cursor_location_ != kUseClient && cursor_type_ == kOpenForwardOnly;
+    return RunStatement(connection, session.Prepare(source_, by_identity || lock_type_ != kLockReadOnly,
+                                                    stream));
   }
   if (options_ == kCommandTableDirect && max_records_ == 0) {
     RowShape shape = session.TableShape(source_);

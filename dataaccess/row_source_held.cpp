@@ -87,7 +87,7 @@ class KeysetSource : public HeldSource {
     }
     Row identity;
     held_.Read(place, identity);
-    if (!session_.ReadRow(*origin_, identity, row)) return Moved::kDeleted;
+    if (!session_.ReadRow(*origin_, identity, row, false)) return Moved::kDeleted;
     return Moved::kRow;
   }
 

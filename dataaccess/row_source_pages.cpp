@@ -41,7 +41,7 @@ class PageSource : public RowSource {
   }
   Moved GoTo(std::span<const Variant> mark, Row& row) override {
     if (mark.size() != origin_->IdentityWidth()) RaiseData(kErrBadArgument, "bookmark");
-    if (!session_.ReadRow(*origin_, mark, row)) return Moved::kDeleted;
+    if (!session_.ReadRow(*origin_, mark, row, false)) return Moved::kDeleted;
     SetKey(row);
     Distrust();
     return Moved::kRow;

@@ -80,50 +80,14 @@ bool SqliteOrder::AddIndex(SqliteSession& session, const RowShape& shape, std::s
   return index_width_ > 0;
 }
 
-void SqliteOrder::Add(Term term, std::size_t place) {
+void SqliteOrder::Add(OrderTerm term, std::size_t place) {
   terms_.push_back(std::move(term));
   places_.push_back(place);
 }
 
-void SqliteOrder::Require(Stretch& stretch, const std::string& column, const char* comparison,
-                          const Variant& value) {
-  stretch.test.append(stretch.test.empty() ? " WHERE " : " AND ").append(column);
-  stretch.test += comparison;
-  if (value.IsNull()) return;
-  stretch.test += "?";
-  stretch.values.push_back(value);
-}
-
-SqliteOrder::Stretch SqliteOrder::EqualTo(RowIdentity key) const {
-  Stretch stretch;
-  for (std::size_t i = 0; i < key.size(); ++i) {
-    Require(stretch, terms_[i].column, key[i].IsNull() ? " IS NULL" : " = ", key[i]);
-  }
-  return stretch;
-}
-
-std::vector<SqliteOrder::Stretch> SqliteOrder::Beyond(RowIdentity key, bool backward) const {
-  std::vector<Stretch> stretches;
-  for (std::size_t i = key.size(); i-- > 0;) {
-    const Term& term = terms_[i];
-    const bool upward = term.descending == backward;
-    const bool from_null = key[i].IsNull();
-    if (upward || !from_null) {
-      Stretch& stretch = stretches.emplace_back(EqualTo(key.first(i)));
-      const char* comparison = upward ? (from_null ? " IS NOT NULL" : " > ") : " < ";
-      Require(stretch, term.column, comparison, key[i]);
-    }
-    if (!upward && !from_null && term.nullable) {
-      Require(stretches.emplace_back(EqualTo(key.first(i))), term.column, " IS NULL",
-              Variant::Null());
-    }
-  }
-  return stretches;
-}
-
 std::string SqliteOrder::OrderText(bool backward) const {
   std::string text;
-  for (const Term& term : terms_) {
+  for (const OrderTerm& term : terms_) {
     text.append(text.empty() ? " ORDER BY " : ", ").append(term.column);
     if (term.descending != backward) text += " DESC";
   }
@@ -132,16 +96,12 @@ std::string SqliteOrder::OrderText(bool backward) const {
 
 SqliteOrder::PageQuery SqliteOrder::Page(const SqliteTable& table, PageRange range, RowIdentity key,
                                          int count) const {
-  std::vector<Stretch> stretches;
-  if (range.equal) stretches.push_back(EqualTo(key));
-  if (range.beyond) {
-    for (Stretch& stretch : Beyond(key, range.backward)) stretches.push_back(std::move(stretch));
-  }
+  std::vector<OrderStretch> stretches = StretchesOf(terms_, range, key);
   // The planner might rather sort a small page than follow the index.
   const std::string start = index_name_.empty() ? "" : " INDEXED BY " + QuoteName(index_name_);
   const std::string order = OrderText(range.backward);
   PageQuery query;
-  for (Stretch& stretch : stretches) {
+  for (OrderStretch& stretch : stretches) {
     std::string rest = start;
     rest.append(stretch.test).append(order);
     const std::string part = table.WithIdentity(rest);

@@ -1,15 +1,14 @@
 // SqliteOrder: an order in which a table is paged, and the statement that reads one page of it.
 //
-// Behind a key (a, b, identity) stand the rows with the same a and b and a greater identity, then
-// those with the same a and a greater b, then those with a greater a. Each of these stretches is
-// one range of the index, so the page is their concatenation, in one statement, of which the engine
-// runs only as many parts as the page needs. Null stands before every other value.
+// The stretches of a page are ranges of the index, so the page is their concatenation, in one
+// statement, of which the engine runs only as many parts as the page needs.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "dataaccess/order_stretches.h"
 #include "dataaccess/provider.h"
 #include "dataaccess/providers/sqlite/sqlite_table.h"
 
@@ -30,26 +29,12 @@ class SqliteOrder : public RowOrder {
   friend std::shared_ptr<const SqliteOrder> FindSqliteOrder(SqliteSession& session,
                                                             const RowShape& shape,
                                                             std::string_view index);
-  struct Term {
-    std::string column;  // quoted, with its collation
-    bool descending = false;
-    bool nullable = false;
-  };
-  struct Stretch {
-    std::string test;
-    std::vector<Variant> values;
-  };
-
   bool AddIndex(SqliteSession& session, const RowShape& shape, std::string_view index);
-  void Add(Term term, std::size_t place);
-  static void Require(Stretch& stretch, const std::string& column, const char* comparison,
-                      const Variant& value);
-  Stretch EqualTo(RowIdentity key) const;
-  std::vector<Stretch> Beyond(RowIdentity key, bool backward) const;
+  void Add(OrderTerm term, std::size_t place);
   std::string OrderText(bool backward) const;
 
   std::string index_name_;  // empty: the identity itself orders
-  std::vector<Term> terms_;
+  std::vector<OrderTerm> terms_;  // columns are quoted, with their collation
   std::vector<std::size_t> places_;
   std::size_t index_width_ = 0;
 };

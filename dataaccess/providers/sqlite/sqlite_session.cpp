@@ -219,8 +219,8 @@ bool SqliteSession::KeepsReals(const SqliteTable& table, const std::string& colu
   return holds("REAL") || holds("FLOA") || holds("DOUB");
 }
 
-std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text,
-                                                          bool with_identity) {
+std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text, bool with_identity,
+                                                          bool /*stream*/) {
   auto plain_statement = std::make_unique<SqliteRowStatement>(*this, text, text, nullptr);
   if (!with_identity || !plain_statement->HasRows()) return plain_statement;
   const auto plain = ParsePlainSelect(text);
@@ -253,7 +253,9 @@ RowShape SqliteSession::TableShape(std::string_view table) {
   return rows.Shape();
 }
 
-bool SqliteSession::ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) {
+// A transaction holds the write lock of the whole file, so there is no row to lock.
+bool SqliteSession::ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row,
+                            bool /*lock*/) {
   SqliteStatement statement(*this, TableOf(origin).RowText());
   for (const Variant& value : identity) statement.Bind(value);
   if (!statement.Step()) return false;

@@ -30,10 +30,11 @@ class SqliteSession : public ProviderSession {
 
   void SetCommandTimeout(std::int32_t seconds) override { timeout_ = seconds; }
   std::int32_t IsolationLevel() const override { return isolation_level_; }
-  std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity) override;
+  std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
+                                             bool stream) override;
   std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) override;
   RowShape TableShape(std::string_view table) override;
-  bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row) override;
+  bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row, bool lock) override;
   std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape, std::string_view index) override;
   std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
                             RowIdentity key, int count) override;
