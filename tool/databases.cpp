@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <limits>
 
+#include "tool/user.h"
+
 namespace qm::tool {
 
 namespace fs = std::filesystem;
@@ -92,7 +94,10 @@ std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {
   const auto timeout = static_cast<std::int16_t>(settings.timeout);
   auto connection =
       session.Connect(ConnectionStringOf(settings, database), qmModeReadWrite, timeout, timeout);
-  if (database == Database::kRegistry) session.SetRegistry(connection);
+  if (database == Database::kRegistry) {
+    session.SetRegistry(connection);
+    session.SetUser(UserName(settings));
+  }
   if (database == Database::kControl) session.SetControl(connection);
   tool.doing = nullptr;
   return connection;

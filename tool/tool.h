@@ -23,6 +23,7 @@ struct Settings {
   std::string registry;  ///< connection strings instead of the folder
   std::string control;
   std::string matching;
+  std::string user;  ///< empty: the login name
   int timeout = 15;  ///< seconds that a busy database is waited for
   Format format = Format::kTable;
   bool verbose = false;
