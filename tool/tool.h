@@ -71,6 +71,7 @@ inline void AddFormatOption(CLI::App& command, Tool& tool, bool xml = false) {
 using AddFunction = void (*)(CLI::App& app, Tool& tool);
 void AddCompare(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
+void AddExport(CLI::App& app, Tool& tool);
 void AddFind(CLI::App& app, Tool& tool);
 void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
