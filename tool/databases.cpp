@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "session/own_tables.h"
 #include "tool/user.h"
 
 namespace qm::tool {
@@ -99,6 +100,15 @@ std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {
     session.SetUser(UserName(settings));
   }
   if (database == Database::kControl) session.SetControl(connection);
+  tool.doing = nullptr;
+  return connection;
+}
+
+std::shared_ptr<Connection> OpenRegistryToChange(Tool& tool, const std::string& command) {
+  RequireUser(tool.settings, command);
+  auto connection = OpenDatabase(tool, Database::kRegistry);
+  tool.doing = [] { return "preparing the registry's own tables"; };
+  EnsureOwnTables();
   tool.doing = nullptr;
   return connection;
 }

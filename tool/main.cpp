@@ -11,9 +11,9 @@ namespace {
 
 using namespace qm::tool;
 
-constexpr AddFunction kCommands[] = {AddInit,   AddGenerate, AddImport,  AddMatch,
-                                     AddExport, AddFind,     AddShow,    AddSet,
-                                     AddLayout, AddEval,     AddCompare, AddSoundex};
+constexpr AddFunction kCommands[] = {AddInit, AddGenerate, AddImport, AddMatch, AddExport,
+                                     AddFind, AddLog,      AddShow,   AddSet,   AddLayout,
+                                     AddEval, AddCompare,  AddSoundex};
 
 int Run(int argc, char** argv) {
   Tool tool;

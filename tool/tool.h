@@ -77,6 +77,7 @@ void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
 void AddInit(CLI::App& app, Tool& tool);
 void AddLayout(CLI::App& app, Tool& tool);
+void AddLog(CLI::App& app, Tool& tool);
 void AddMatch(CLI::App& app, Tool& tool);
 void AddSet(CLI::App& app, Tool& tool);
 void AddShow(CLI::App& app, Tool& tool);
