@@ -22,6 +22,16 @@ constexpr OwnTable kOwnTables[] = {
     {"QMAudit",
      "CREATE TABLE QMAudit (AuditKey TEXT PRIMARY KEY, ChangedAt TEXT, ChangedBy TEXT, Action TEXT,"
      " RecordKind TEXT, RecordID INTEGER, Detail TEXT, SourceFile TEXT)"},
+    // What linking an abstract made, and what it found, so that it can be undone; the digests tell
+    // whether the records made were changed since.
+    {"QMLinks",
+     "CREATE TABLE QMLinks (AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER,"
+     " NewPatient INTEGER, NewTumor INTEGER, FormerPatientID INTEGER, FormerMedRefID INTEGER,"
+     " PatientDigest TEXT, TumorDigest TEXT)"},
+    // The pairs that a reviewer declined.
+    {"QMDecisions",
+     "CREATE TABLE QMDecisions (AbsRefID INTEGER, PatientID INTEGER,"
+     " PRIMARY KEY (AbsRefID, PatientID))"},
 };
 
 bool IsThere(Connection& registry, std::string_view table) {
