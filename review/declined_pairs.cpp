@@ -13,6 +13,9 @@ namespace qm {
 
 namespace {
 
+/// No patient has this identifier.
+constexpr std::int32_t kAllOffers = 0;
+
 template <typename Take>
 void ReadPairs(const std::string& condition, Take take) {
   const auto& registry = CurrentSession().gcnRegistry.Get();
@@ -26,6 +29,16 @@ void ReadPairs(const std::string& condition, Take take) {
   }
   for (const Recordset& row : rows->Rows()) take(ToInt32(row.Value(0)), ToInt32(row.Value(1)));
   rows->Close();
+}
+
+// The row of an abstract whose offers were declined all at once.
+std::shared_ptr<Recordset> OpenWholeDecline(std::int32_t abstract_id) {
+  const auto& registry = CurrentSession().gcnRegistry.Get();
+  auto row = registry->CreateRecordset();
+  row->Open("SELECT * FROM QMDecisions WHERE AbsRefID = " + std::to_string(abstract_id) +
+                " AND PatientID = " + std::to_string(kAllOffers),
+            registry, kOpenKeyset, kLockOptimistic);
+  return row;
 }
 
 }  // namespace
@@ -54,6 +67,22 @@ void RemoveDeclinedPair(std::int32_t abstract_id, std::int32_t patient_id) {
   CurrentSession().gcnRegistry.Get()->Execute(
       "DELETE FROM QMDecisions WHERE AbsRefID = " + std::to_string(abstract_id) +
       " AND PatientID = " + std::to_string(patient_id));
+}
+
+std::string LastWholeDecline(std::int32_t abstract_id) {
+  const auto row = OpenWholeDecline(abstract_id);
+  return row->Eof() ? "" : ToTextOrEmpty(row->Value("DecisionDigest"));
+}
+
+void SetLastWholeDecline(std::int32_t abstract_id, const std::string& digest) {
+  const auto row = OpenWholeDecline(abstract_id);
+  if (row->Eof()) {
+    row->AddNew();
+    row->SetValue("AbsRefID", abstract_id);
+    row->SetValue("PatientID", kAllOffers);
+  }
+  row->SetValue("DecisionDigest", digest);
+  row->Update();
 }
 
 }  // namespace qm

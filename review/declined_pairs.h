@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <set>
+#include <string>
 #include <utility>
 
 namespace qm {
@@ -16,5 +17,10 @@ std::set<std::int32_t> DeclinedPatients(std::int32_t abstract_id);
 
 void AddDeclinedPair(std::int32_t abstract_id, std::int32_t patient_id);
 void RemoveDeclinedPair(std::int32_t abstract_id, std::int32_t patient_id);
+
+/// Of the last decision that declined all offers of an abstract at once, its digest; empty when
+/// there was none. By it the decision is known again, so that it does not decline later offers.
+std::string LastWholeDecline(std::int32_t abstract_id);
+void SetLastWholeDecline(std::int32_t abstract_id, const std::string& digest);
 
 }  // namespace qm

@@ -28,9 +28,10 @@ constexpr OwnTable kOwnTables[] = {
      "CREATE TABLE QMLinks (AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER,"
      " NewPatient INTEGER, NewTumor INTEGER, FormerPatientID INTEGER, FormerMedRefID INTEGER,"
      " PatientDigest TEXT, TumorDigest TEXT)"},
-    // The pairs that a reviewer declined.
+    // The pairs that a reviewer declined. Of all an abstract's offers at once: patient 0, with a
+    // digest of that decision.
     {"QMDecisions",
-     "CREATE TABLE QMDecisions (AbsRefID INTEGER, PatientID INTEGER,"
+     "CREATE TABLE QMDecisions (AbsRefID INTEGER, PatientID INTEGER, DecisionDigest TEXT,"
      " PRIMARY KEY (AbsRefID, PatientID))"},
 };
 
