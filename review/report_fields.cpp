@@ -23,8 +23,8 @@ constexpr ReportField kPersonFields[] = {
     {160, "Person", "Race", "race"},
     {161, "Person", "Race 2", "race"},
     {190, "Person", "Hispanic origin", "hispanic"},
-    {252, "Person", "Birthplace, state"},
-    {254, "Person", "Birthplace, country"},
+    {252, "Person", "Birth state"},
+    {254, "Person", "Birth country"},
     {2350, "Address", "Street"},
     {2355, "Address", "Supplement"},
     {1810, "Address", "City"},
@@ -34,7 +34,7 @@ constexpr ReportField kPersonFields[] = {
     {2360, "Address", "Telephone", "phone"},
     {1760, "Follow-up", "Vital status", "vital"},
     {1750, "Follow-up", "Last contact", "date"},
-    {2300, "Follow-up", "Medical record no."},
+    {2300, "Follow-up", "Medical record"},
 };
 
 constexpr ReportField kTumorFields[] = {

@@ -149,10 +149,10 @@ function take(what) {
   if (what !== "no") walk(1, ({a}) => a !== from.a);
   else if (!isDecided(abstract)) walk(1);
   else show();
-  say(`Abstract ${abstract.id}: ` + {
+  say(`${abstract.id}: ` + {
     same: `same person as patient ${pair.patient}.`,
     no: `not patient ${pair.patient}.` + (answerOf(abstract).choice === null && isDecided(abstract)
-      ? " No candidate is left: w makes it a new patient, j goes on." : ""),
+      ? " None is left: w for a new patient, j goes on." : ""),
     new: "new patient.",
   }[what]);
 }

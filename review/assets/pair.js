@@ -23,8 +23,10 @@ function comparisonRow([, label, kind], value, others) {
   const text = shown(value, kind);
   const compared = others.map((other) => {
     const otherText = shown(other, kind);
-    const same = text === "" || otherText === "" || text.toUpperCase() === otherText.toUpperCase();
-    return same ? null : differences(text, otherText);
+    const told = [[text, value], [otherText, other]].every(([visibleText, stored]) =>
+      visibleText !== "" && !isUnknown(stored, kind));
+    const same = text.toUpperCase() === otherText.toUpperCase();
+    return told && !same ? differences(text, otherText) : null;
   });
   const differs = compared.length > 0 && compared.every(Boolean);
   const row = make("tr", {className: differs ? "differs" : ""}, make("th", {scope: "row"}, label,
@@ -34,15 +36,23 @@ function comparisonRow([, label, kind], value, others) {
   return row;
 }
 
+// What says nothing at all: no value, or that there is no further one.
+function isBlank(value, kind) {
+  return value === "" || (kind === "race" && value === "88");
+}
+
 // Lines without any value are left out.
 function fillComparison(table, caption, fields, heads, value, others) {
   const head = make("tr", {}, make("td", {}));
   for (const text of heads) head.append(make("th", {scope: "col"}, text));
-  table.replaceChildren(make("caption", {className: "assistive"}, caption), make("thead", {}, head));
+  // Many tumors are wider than the page and scroll within it.
+  table.style.minWidth = heads.length > 2 ? `${112 + 116 * heads.length}px` : "";
+  table.replaceChildren(make("caption", {className: "assistive"}, caption),
+    make("thead", {}, head));
   let group = "", body = null;
   fields.forEach((field, i) => {
     const sides = others.map((other) => other[i]);
-    if (value[i] === "" && sides.every((side) => side === "")) return;
+    if ([value[i], ...sides].every((side) => isBlank(side, field[2]))) return;
     if (field[0] !== group) {
       group = field[0];
       body = make("tbody", {className: "group"}, make("tr", {},
@@ -61,8 +71,8 @@ function fillPerson(table, abstract, pair) {
 
 function fillTumors(table, abstract, pair) {
   const heads = pair.tumors.map((_, i) =>
-    pair.tumors.length === 1 ? "Patient's tumor" : `Tumor ${i + 1}`);
-  return fillComparison(table, "Tumors", report.tumor, ["Abstract's tumor", ...heads],
+    pair.tumors.length === 1 ? "Patient" : `Patient's ${i + 1}`);
+  return fillComparison(table, "Tumors", report.tumor, ["Abstract", ...heads],
     abstract.tumor, pair.tumors);
 }
 

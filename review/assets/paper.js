@@ -15,7 +15,8 @@ function paperScore(pair) {
 }
 
 function paperPair(abstract, pair, withScores) {
-  const sides = make("div", {className: "sides"}, fillPerson(make("table"), abstract, pair),
+  const className = pair.tumors.length > 2 ? "sides many" : "sides";
+  const sides = make("div", {className}, fillPerson(make("table"), abstract, pair),
     fillTumors(make("table"), abstract, pair));
   return make("article", {}, sides, withScores ? paperScore(pair) : "",
     paperAnswer(abstract, pair));
@@ -24,8 +25,8 @@ function paperPair(abstract, pair, withScores) {
 function fillPaper(paper, withScores) {
   const decided = report.abstracts.filter(isDecided).length;
   const header = make("header", {}, make("h1", {}, "Match review"),
-    make("p", {}, `Made ${report.made}; ${decided} of ${report.abstracts.length} abstracts decided` +
-      `; reviewer: ${visible(review.reviewer) || "____________________"}`));
+    make("p", {}, `Made ${report.made}; ${decided} of ${report.abstracts.length} abstracts` +
+      ` decided; reviewer: ${visible(review.reviewer) || "____________________"}`));
   if (withScores) header.append(histogram());
   paper.replaceChildren(header);
   for (const abstract of report.abstracts) {

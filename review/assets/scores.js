@@ -41,7 +41,8 @@ function ruleBars(pair) {
       : `${visible(left)} | ${visible(right)}, agreement ${agreement} of 100`;
     const state = skipped ? " skipped" : "";
     rows.append(make("span", {className: `rule${state}`, title}, visible(report.rules[i] ?? "")),
-      bar(added), make("span", {className: `added${state}`, title}, skipped ? "\u2013" : signed(added)));
+      bar(added), make("span", {className: `added${state}`, title},
+        skipped ? "\u2013" : signed(added)));
   });
   return rows;
 }

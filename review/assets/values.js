@@ -4,7 +4,8 @@
 
 const report = JSON.parse(document.getElementById("data").textContent);
 
-const misleading = /[\u0000-\u001f\u007f-\u009f\u00ad\u061c\u200b-\u200f\u2028-\u202f\u2060-\u206f\ufeff]/gu;
+const misleading = new RegExp("[\\u0000-\\u001f\\u007f-\\u009f\\u00ad\\u061c\\u200b-\\u200f" +
+  "\\u2028-\\u202f\\u2060-\\u206f\\ufeff]", "gu");
 
 function visible(text) {
   return text.replace(misleading, (character) => {
@@ -24,7 +25,13 @@ function shown(value, kind) {
   return visible(format ? value.replace(format[0], format[1]) : value);
 }
 
+// Items of digits say "not known" by repeating one.
+function isUnknown(value, kind) {
+  return Object.hasOwn(formats, kind) && /^(0+|8+|9+)$/.test(value);
+}
+
 function codeLabel(value, kind) {
+  if (isUnknown(value, kind)) return "unknown";
   const labels = codeLabels[kind];
   return labels && Object.hasOwn(labels, value) ? labels[value] : "";
 }
