@@ -12,8 +12,8 @@ namespace {
 using namespace qm::tool;
 
 constexpr AddFunction kCommands[] = {
-    AddInit, AddGenerate, AddImport, AddMatch, AddExport, AddFind, AddLog,     AddShow,
-    AddSet,  AddLock,     AddUnlock, AddLocks, AddLayout, AddEval, AddCompare, AddSoundex};
+    AddInit, AddGenerate, AddImport, AddMatch,  AddExport,  AddFind, AddLog,     AddShow,   AddSet,
+    AddLock, AddUnlock,   AddLocks,  AddLayout, AddDisplay, AddEval, AddCompare, AddSoundex};
 
 int Run(int argc, char** argv) {
   Tool tool;

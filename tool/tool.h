@@ -72,6 +72,7 @@ inline void AddFormatOption(CLI::App& command, Tool& tool, bool xml = false) {
 /// The table of commands.
 using AddFunction = void (*)(CLI::App& app, Tool& tool);
 void AddCompare(CLI::App& app, Tool& tool);
+void AddDisplay(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
 void AddExport(CLI::App& app, Tool& tool);
 void AddFind(CLI::App& app, Tool& tool);
