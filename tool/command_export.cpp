@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <vector>
 
@@ -24,6 +23,7 @@ constexpr const char* kStandardOutput = "-";
 constexpr std::int32_t kPathAccess = 75;
 
 struct Arguments {
+  bool abstracts = false;
   bool tumors = false;
   std::vector<std::int32_t> ids;
   std::string file;
@@ -82,13 +82,12 @@ void AddExport(CLI::App& app, Tool& tool) {
       AddCommand(app, tool, "export",
                  "write abstracts, or tumors with their patients, as a file of NAACCR records that "
                  "can be imported");
-  const auto add_family = [&](const char* name, const char* description) {
-    return command->add_option(name, arguments->ids, description)
-        ->expected(0, std::numeric_limits<int>::max())
-        ->type_name("[ID...]");
-  };
-  CLI::Option* abstracts = add_family("--abstracts", "these abstracts, or all");
-  CLI::Option* tumors = add_family("--tumors", "these tumors with their patients, or all");
+  command->add_option("ID", arguments->ids, "the records, in this order; default: all")
+      ->type_name("");
+  CLI::Option* abstracts =
+      command->add_flag("--abstracts", arguments->abstracts, "the facilities' reports");
+  CLI::Option* tumors =
+      command->add_flag("--tumors", arguments->tumors, "consolidated: tumors with their patients");
   abstracts->excludes(tumors);
   command
       ->add_option("-o", arguments->file,
@@ -104,13 +103,12 @@ void AddExport(CLI::App& app, Tool& tool) {
       ->check(CLI::IsMember(ShippedLayouts()));
   command->add_flag("--crlf", arguments->options.crlf, "end records by CR LF instead of LF");
   command->add_flag("--replace", arguments->options.replace, "replace FILE if it is there already");
-  command->callback([arguments, abstracts, tumors, &tool] {
-    if (abstracts->count() + tumors->count() == 0) {
+  command->callback([arguments, &tool] {
+    if (!arguments->abstracts && !arguments->tumors) {
       throw CLI::RequiredError("--abstracts or --tumors");
     }
     RequireDatabase(tool.settings, Database::kRegistry);
     RequireDatabase(tool.settings, Database::kControl);
-    arguments->tumors = tumors->count() > 0;
     tool.run = [arguments, &tool] { Export(*arguments, tool); };
   });
 }
