@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace qm {
 
@@ -17,5 +18,8 @@ enum class LockedRecord { kCase, kAbstract };
 /// The user, other than the session's own, who holds the record's lock. Nothing when it is free
 /// (Null or empty), the user's own, or when there is no such record. One statement.
 std::optional<std::string> LockHolder(LockedRecord kind, std::int32_t id);
+
+/// Refuses with 70 where there is such a user, whose identifier and name the message tells.
+void RequireUnlocked(LockedRecord kind, std::int32_t id, std::string_view source);
 
 }  // namespace qm
