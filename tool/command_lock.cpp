@@ -49,7 +49,7 @@ void Lock(const LockArguments& arguments, Tool& tool) {
   }
   AuditEntry entry{"lock", arguments.kind, {}, "", ""};
   if (arguments.OfTables()) {
-    entry.detail = arguments.Text();
+    entry.detail = arguments.Codes();
   } else {
     entry.id = arguments.id;
   }

@@ -46,8 +46,10 @@ std::string StatementOf(const std::string& kind, std::optional<std::int32_t> id)
 
 }  // namespace
 
+std::string LockArguments::Codes() const { return Joined(codes); }
+
 std::string LockArguments::Text() const {
-  return kind + " " + (OfTables() ? Joined(codes) : std::to_string(id));
+  return kind + " " + (OfTables() ? Codes() : std::to_string(id));
 }
 
 void AddLockArguments(CLI::App& command, LockArguments& arguments) {

@@ -24,6 +24,8 @@ struct LockArguments {
   std::vector<std::string> codes;  ///< of tables
 
   bool OfTables() const { return kind == kTablesName; }
+  /// "ABS, PAT".
+  std::string Codes() const;
   /// "case 5", "tables ABS, PAT".
   std::string Text() const;
 };
