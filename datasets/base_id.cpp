@@ -163,4 +163,14 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
   return result;
 }
 
+std::int32_t RequireNextBaseID(std::string_view strTable) {
+  const std::int32_t id = GetNextBaseID(strTable);
+  if (id < 1) {
+    throw Error(kErrNoCurrentRecord, "QMDataObjects2",
+                "the counter " + std::string(strTable) + " of BaseIDs gives no identifier: " +
+                    (id == 0 ? "it is not there" : "it stays locked"));
+  }
+  return id;
+}
+
 }  // namespace qm

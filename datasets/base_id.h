@@ -11,4 +11,7 @@ namespace qm {
 /// alone: a pass that fails is repeated after 500 to 1000 ms, six times, before the user is asked.
 std::int32_t GetNextBaseID(std::string_view strTable);
 
+/// The same, where there must be one: no identifier is 3021, naming the counter.
+std::int32_t RequireNextBaseID(std::string_view strTable);
+
 }  // namespace qm

@@ -48,6 +48,8 @@ class ImportLayouts {
   ImportLayout* Find(std::string_view record);
   /// The one layout when a version was given, else null.
   ImportLayout* Forced() { return forced_; }
+  /// The one of the greatest version.
+  ImportLayout& Newest() { return layouts_.front(); }
   /// "columns 17 to 19: 180, 160; column 19: B", for messages.
   std::string KnownCodes() const;
 

@@ -1,3 +1,4 @@
+#include <qm/audit_log.h>
 #include <qm/connection.h>
 #include <qm/error.h>
 #include <qm/importer.h>
@@ -16,6 +17,8 @@
 #include "datasets/import_source.h"
 #include "datasets/import_store.h"
 #include "runtime/private_file.h"
+#include "session/audit_writer.h"
+#include "session/own_tables.h"
 #include "session/session_state.h"
 
 namespace qm {
@@ -116,11 +119,14 @@ class FileImport {
     state = journal_.Read().value_or(ImportState{0, scan_.start, 0, 0, false});
     if (state.finished) return false;
     if (lines_.Offset() != state.bytes) lines_.SeekTo(state.bytes, state.lines);
+    AuditWriter audit;
     bool more = true;
     RawLine line;
     for (std::int32_t n = 0; n < std::max(options_.batch, 1) && (more = NextLine(line)); ++n) {
       if (reader_.Check(line).empty()) {
-        StoreImportRecord(reader_.Record());
+        const std::int32_t id = StoreImportRecord(reader_.Record());
+        audit.Write(
+            {"import", "abstract", id, "line " + std::to_string(line.number), file_.string()});
         ++state.imported;
       } else {
         lines_.Rest([](std::string_view) {});
@@ -201,6 +207,7 @@ Importer& Importer::operator=(Importer&&) noexcept = default;
 ImportSummary Importer::ImportFile(const fs::path& file) {
   state_->line = 0;
   RequireApart(file, RejectsOf(file, state_->options));
+  EnsureOwnTables();
   if (!state_->layouts) state_->layouts.emplace(state_->options.version);
   ImportSummary summary = FileImport(file, state_->options, *state_->layouts, state_->line).Run();
   state_->line = 0;

@@ -5,6 +5,7 @@
 #include <qm/conversions.h>
 #include <qm/error.h>
 #include "expression/functions.h"
+#include "expression/utf16.h"
 
 namespace qm {
 
@@ -20,17 +21,7 @@ constexpr std::array<std::uint32_t, 32> kSpecials = {
 
 std::string Encode(std::uint32_t code) {
   std::string text;
-  const auto put = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-  if (code < 0x80U) {
-    put(code);
-  } else if (code < 0x800U) {
-    put(0xC0U | (code >> 6U));
-    put(0x80U | (code & 0x3FU));
-  } else {
-    put(0xE0U | (code >> 12U));
-    put(0x80U | ((code >> 6U) & 0x3FU));
-    put(0x80U | (code & 0x3FU));
-  }
+  AppendCode(text, code);
   return text;
 }
 
@@ -38,14 +29,8 @@ std::string Encode(std::uint32_t code) {
 std::uint32_t FirstCode(const Variant& value) {
   const std::string text = ToText(value);
   if (text.empty()) RaiseRunTime(kErrInvalidCall);
-  const auto byte = [&text](std::size_t i) -> std::uint32_t {
-    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
-  };
-  const auto tail = [&byte](std::size_t i) { return byte(i) & 0x3FU; };
-  if (byte(0) < 0xC0U) return byte(0);
-  if (byte(0) < 0xE0U) return ((byte(0) & 0x1FU) << 6U) | tail(1);
-  if (byte(0) < 0xF0U) return ((byte(0) & 0x0FU) << 12U) | (tail(1) << 6U) | tail(2);
-  return ((byte(0) & 0x07U) << 18U) | (tail(1) << 12U) | (tail(2) << 6U) | tail(3);
+  std::size_t at = 0;
+  return TakeCode(text, at);
 }
 
 Variant Asc(Arguments args) {

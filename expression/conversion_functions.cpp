@@ -24,8 +24,15 @@ Variant IsNullValue(Arguments args) { return args[0].IsNull(); }
 Variant IsEmptyValue(Arguments args) { return args[0].IsEmpty(); }
 Variant IsArrayValue(Arguments args) { return args[0].IsArray(); }
 Variant IsObjectValue(Arguments args) { return args[0].Type() == VarType::kObject; }
-Variant TypeNameOf(Arguments args) { return TypeName(args[0].Type()); }
-Variant VarTypeOf(Arguments args) { return static_cast<std::int16_t>(args[0].Type()); }
+
+// An argument left out, as an element of an array, is of the type Error.
+Variant TypeNameOf(Arguments args) {
+  return IsOmitted(args[0]) ? Variant("Error") : Variant(TypeName(args[0].Type()));
+}
+Variant VarTypeOf(Arguments args) {
+  constexpr std::int16_t kErrorType = 10;
+  return IsOmitted(args[0]) ? kErrorType : static_cast<std::int16_t>(args[0].Type());
+}
 
 constexpr std::array kConversions = {
     Function{"CStr", 1, 1, Convert<ToText>},   Function{"CInt", 1, 1, Convert<ToInt16>},

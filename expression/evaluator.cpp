@@ -1,5 +1,7 @@
 #include "expression/evaluator.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <span>
 #include <utility>
 #include <vector>
@@ -12,20 +14,60 @@ namespace qm {
 
 namespace {
 
-// Bytes of text that the values of one evaluation may hold together.
-constexpr std::size_t kMostText = 4 * kLongestText;
+// Bytes of text and elements that the values of one evaluation may hold together, and the same for
+// all values that it makes one after the other.
+constexpr std::size_t kMostHeld = 4 * kLongestText;
+constexpr std::size_t kMostMade = 64 * kLongestText;
 
-class Machine {
+// What an evaluation has used, with all evaluations within it.
+struct Usage {
+  std::size_t held = 0;
+  std::size_t made = 0;
+  int depth = 0;
+  std::uint32_t random = 0x50000;
+
+  void Make(std::size_t size) {
+    made += size;
+    if (made > kMostMade) RaiseRunTime(kErrOutOfMemory);
+  }
+};
+
+std::size_t SizeOf(const Variant& value, int depth = 0) {
+  if (const auto* text = value.GetIf<std::string>()) return text->size();
+  if (!value.IsArray()) return 0;
+  if (depth == kDeepest) RaiseRunTime(kErrStackSpace);
+  std::size_t size = 0;
+  for (const Variant& element : value.Elements()) {
+    size += sizeof(Variant) + SizeOf(element, depth + 1);
+  }
+  return size;
+}
+
+class Machine final : public Evaluation {
  public:
-  Machine(const Program& program, const ScriptObjects& objects)
-      : program_(program), objects_(objects) {}
+  Machine(const Program& program, const ScriptObjects& objects, Usage& usage)
+      : program_(program), objects_(objects), usage_(usage) {}
 
   Variant Run() {
     for (const Instruction& instruction : program_.code) {
       Execute(instruction);
     }
-    return stack_.empty() ? Variant() : std::move(stack_.back());
+    return stack_.empty() ? Variant() : Pop();
   }
+
+  // Each level of evaluations takes the room of some levels of nesting.
+  Variant Eval(const std::string& expression) override {
+    constexpr int kLevels = 12;
+    constexpr std::size_t kCost = 1024;
+    usage_.Make(kCost + expression.size() * sizeof(Instruction));
+    usage_.depth += kLevels;
+    const Program program = Parse(expression, usage_.depth);
+    Variant value = Machine(program, objects_, usage_).Run();
+    usage_.depth -= kLevels;
+    return value;
+  }
+
+  std::uint32_t& Random() override { return usage_.random; }
 
  private:
   void Execute(const Instruction& instruction) {
@@ -55,40 +97,45 @@ class Machine {
 
   Arguments Top(std::size_t count) const { return Arguments(stack_).last(count); }
 
-  static std::size_t TextSize(const Variant& value) {
-    const auto* text = value.GetIf<std::string>();
-    return text == nullptr ? 0 : text->size();
-  }
-
   void Push(Variant value) {
-    const std::size_t size = TextSize(value);
-    CheckTextLength(static_cast<double>(size));
-    text_size_ += size;
-    if (text_size_ > kMostText) RaiseRunTime(kErrStringSpace);
+    const std::size_t size = SizeOf(value);
+    if (value.IsText()) CheckTextLength(static_cast<double>(size));
+    usage_.Make(size);
+    usage_.held += size;
+    if (usage_.held > kMostHeld) RaiseRunTime(kErrStringSpace);
+    sizes_.push_back(size);
     stack_.push_back(std::move(value));
   }
 
+  Variant Pop() {
+    Variant value = std::move(stack_.back());
+    usage_.held -= sizes_.back();
+    stack_.pop_back();
+    sizes_.pop_back();
+    return value;
+  }
+
   void Replace(std::size_t count, Variant value) {
-    for (; count > 0; --count) {
-      text_size_ -= TextSize(stack_.back());
-      stack_.pop_back();
-    }
+    for (; count > 0; --count) Pop();
     Push(std::move(value));
   }
 
   const std::string& Name(std::uint32_t index) const { return program_.names[index]; }
 
-  Variant CallFunction(const Instruction& instruction) const {
+  Variant CallFunction(const Instruction& instruction) {
     const Function& function = *instruction.function;
     if (instruction.arguments < function.fewest || instruction.arguments > function.most) {
       RaiseRunTime(kErrWrongArgumentCount, function.name);
     }
-    return function.call(Top(instruction.arguments));
+    const Arguments arguments = Top(instruction.arguments);
+    return function.call != nullptr ? function.call(arguments)
+                                    : function.call_within(*this, arguments);
   }
 
   Variant CallMember(const std::string& name, const ScriptEngine::Member& member,
                      std::size_t count) const {
-    if (static_cast<int>(count) != member.argument_count) {
+    const int most = std::max(member.argument_count, member.most_arguments);
+    if (static_cast<int>(count) < member.argument_count || static_cast<int>(count) > most) {
       RaiseRunTime(kErrWrongArgumentCount, name);
     }
     return member.call(Top(count));
@@ -110,11 +157,16 @@ class Machine {
     return CallMember(name, member->second, instruction.arguments);
   }
 
-  // An object has no value of its own; a name that stands for nothing is a variable never set.
+  // An object has the value of its default member; a name that stands for nothing is a variable
+  // never set.
   Variant ValueOfName(const Instruction& instruction) const {
     const std::string& name = Name(instruction.index);
     const std::string key = UpperCase(name);
-    if (objects_.named.contains(key)) RaiseRunTime(kErrNoSuchMember, name);
+    if (const auto object = objects_.named.find(key); object != objects_.named.end()) {
+      const auto standard = object->second.find("");
+      if (standard == object->second.end()) RaiseRunTime(kErrNoSuchMember, name);
+      return CallMember(name, standard->second, 0);
+    }
     const auto member = objects_.global_members.find(key);
     if (member == objects_.global_members.end()) return {};
     return CallMember(name, member->second, 0);
@@ -134,14 +186,16 @@ class Machine {
 
   const Program& program_;
   const ScriptObjects& objects_;
+  Usage& usage_;
   std::vector<Variant> stack_;
-  std::size_t text_size_ = 0;
+  std::vector<std::size_t> sizes_;
 };
 
 }  // namespace
 
 Variant Run(const Program& program, const ScriptObjects& objects) {
-  return Machine(program, objects).Run();
+  Usage usage;
+  return Machine(program, objects, usage).Run();
 }
 
 }  // namespace qm

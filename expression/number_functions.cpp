@@ -1,4 +1,5 @@
 // Numbers: rounding and signs keep the type of their argument, the rest computes in Double.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -58,8 +59,9 @@ Variant Sgn(Arguments args) {
 
 Variant Round(Arguments args) {
   constexpr std::int32_t kMostDigits = 22;
-  const std::int32_t digits = args.size() > 1 ? WholeArgument(args[1], 0) : 0;
+  const std::int32_t digits = WholeArgument(args, 1, 0, 0);
   if (digits > kMostDigits) RaiseRunTime(kErrInvalidCall);
+  if (args[0].Type() == VarType::kBoolean) return args[0];
   const double scale = std::pow(10.0, digits);
   return Keep(args[0], [scale](auto x) {
     const auto scaled = x * scale;
@@ -109,6 +111,16 @@ Variant Digits(Arguments args) {
   return text;
 }
 
+// A colour: each part counts as at most 255.
+Variant Rgb(Arguments args) {
+  std::int32_t colour = 0;
+  for (std::size_t i = 3; i-- > 0;) {
+    colour = colour * 256 + std::min(std::int32_t{ToInt16(args[i])}, 255);
+    if (ToInt16(args[i]) < 0) RaiseRunTime(kErrInvalidCall);
+  }
+  return colour;
+}
+
 constexpr std::array kFunctions = {
     Function{"Int", 1, 1, Int},
     Function{"Fix", 1, 1, Fix},
@@ -124,6 +136,7 @@ constexpr std::array kFunctions = {
     Function{"Atn", 1, 1, Real<std::atan>},
     Function{"Hex", 1, 1, Digits<4>},
     Function{"Oct", 1, 1, Digits<3>},
+    Function{"RGB", 3, 3, Rgb},
 };
 
 }  // namespace

@@ -13,8 +13,6 @@ namespace qm {
 
 namespace {
 
-// Each level takes a few hundred bytes of stack, several times that in instrumented builds.
-constexpr int kDeepest = 600;
 constexpr std::size_t kLongestExpression = std::size_t{1} << 20U;
 
 struct BinaryOperator {
@@ -63,7 +61,7 @@ Instruction Make(Action action, Operator op = Operator::kAdd) {
 
 class Parser {
  public:
-  explicit Parser(std::string_view text) : lexer_(text) { Advance(); }
+  Parser(std::string_view text, int depth) : lexer_(text), depth_(depth) { Advance(); }
 
   Program Read() {
     if (token_.kind == TokenKind::kEnd) return {};
@@ -97,6 +95,7 @@ class Parser {
   // Reads operands joined by operators of at least a priority. Chains of equal operators are read
   // by the loop, so that only nesting recurs. Returns whether all of it is one literal.
   bool ReadExpression(int least_priority) {
+    // Each level takes a few hundred bytes of stack, several times that in instrumented builds.
     if (++depth_ > kDeepest) RaiseRunTime(kErrStackSpace);
     bool literal = ReadOperand();
     for (const BinaryOperator* entry = AtBinaryOperator();
@@ -220,7 +219,11 @@ class Parser {
     if (!TakeSymbol("(") || TakeSymbol(")")) return 0;
     std::uint32_t count = 0;
     do {
-      ReadExpression(kLowest);
+      if (AtSymbol(",")) {
+        PushConstant(OmittedArgument());
+      } else {
+        ReadExpression(kLowest);
+      }
       ++count;
     } while (TakeSymbol(","));
     if (!TakeSymbol(")")) RaiseSyntax(kExpectedClosingParenthesis);
@@ -242,14 +245,14 @@ class Parser {
   Lexer lexer_;
   Token token_;
   Program program_;
-  int depth_ = 0;
+  int depth_;
 };
 
 }  // namespace
 
-Program Parse(std::string_view expression) {
+Program Parse(std::string_view expression, int depth) {
   if (expression.size() > kLongestExpression) RaiseRunTime(kErrStackSpace);
-  return Parser(expression).Read();
+  return Parser(expression, depth).Read();
 }
 
 }  // namespace qm

@@ -45,8 +45,12 @@ struct Program {
   std::vector<std::string> names;
 };
 
+/// How deeply an expression may nest.
+inline constexpr int kDeepest = 600;
+
 /// Reads an expression. Syntax errors as in `syntax_error.h`; 28 when it nests too deeply or is
-/// too long. A text without any token gives a program without instructions.
-Program Parse(std::string_view expression);
+/// too long. A text without any token gives a program without instructions. An expression within
+/// another has fewer levels left: `depth` are taken.
+Program Parse(std::string_view expression, int depth = 0);
 
 }  // namespace qm

@@ -2,7 +2,10 @@
 
 #include <utility>
 
+#include <qm/conversions.h>
+#include <qm/error.h>
 #include "expression/evaluator.h"
+#include "expression/functions.h"
 #include "expression/program.h"
 #include "runtime/text.h"
 
@@ -12,7 +15,37 @@ struct ScriptEngine::State {
   ScriptObjects objects;
 };
 
-ScriptEngine::ScriptEngine() : state_(std::make_unique<State>()) {}
+namespace {
+
+template <typename Value>
+ScriptEngine::Member Property(Value value) {
+  return {0, [value](Arguments) { return Variant(value); }};
+}
+
+// The number is all that is raised: a text given with it may hold a record's value.
+Variant RaiseError(Arguments args) {
+  const std::int32_t number = ToInt32(args[0]);
+  if (number == 0 || number > 65535) RaiseRunTime(kErrInvalidCall);
+  RaiseRunTime(number);
+}
+
+// While an expression runs no error has happened yet.
+ScriptEngine::Members ErrorObject() {
+  return {{"", Property(std::int32_t{0})},
+          {"Number", Property(std::int32_t{0})},
+          {"Source", Property("")},
+          {"Description", Property("")},
+          {"HelpFile", Property("")},
+          {"HelpContext", Property(std::int32_t{0})},
+          {"Clear", {0, [](Arguments) { return Variant(); }}},
+          {"Raise", {1, RaiseError, 5}}};
+}
+
+}  // namespace
+
+ScriptEngine::ScriptEngine() : state_(std::make_unique<State>()) {
+  AddObject("Err", ErrorObject(), false);
+}
 
 ScriptEngine::~ScriptEngine() = default;
 

@@ -39,8 +39,10 @@ Variant Right(Arguments args) {
 }
 
 Variant Mid(Arguments args) {
+  const Variant* given = OptionalArgument(args, 2);
+  if (given != nullptr && given->IsNull()) RaiseRunTime(kErrInvalidUseOfNull);
   const auto first = static_cast<std::size_t>(WholeArgument(args[1], 1)) - 1;
-  const std::size_t count = args.size() > 2 ? Length(args[2]) : kLongestText;
+  const std::size_t count = given != nullptr ? Length(*given) : kLongestText;
   if (args[0].IsNull()) return args[0];
   return Slice(ToText(args[0]), first, count);
 }

@@ -5,19 +5,12 @@
 #include <qm/conversions.h>
 #include <qm/error.h>
 #include "expression/functions.h"
+#include "expression/text_finder.h"
 #include "runtime/text.h"
 
 namespace qm {
 
 namespace {
-
-// The comparison argument: 0 binary, 1 without regard to case.
-bool IgnoresCase(Arguments args, std::size_t index) {
-  if (index >= args.size()) return false;
-  const std::int32_t mode = ToInt32(args[index]);
-  if (mode != 0 && mode != 1) RaiseRunTime(kErrInvalidCall);
-  return mode == 1;
-}
 
 // Case mapping keeps the byte length, so positions found in folded texts hold in the originals.
 std::string Folded(const std::string& text, bool ignore_case) {
@@ -46,16 +39,15 @@ Variant InStr(Arguments args) {
   const std::string sought = Folded(ToText(what), ignore_case);
   if (text.empty() || start > CharacterCount(text)) return kNotFound;
   if (sought.empty()) return static_cast<std::int32_t>(start);
-  const auto found = text.find(sought, ByteOffset(text, start - 1));
-  return found == std::string::npos ? Variant(kNotFound) : Position(text, found);
+  const auto found = TextFinder(sought).Find(text, ByteOffset(text, start - 1));
+  return found == TextFinder::kNone ? Variant(kNotFound) : Position(text, found);
 }
 
 // InStrRev(text, sought[, start[, compare]]): the last place that ends at or before start.
 Variant InStrRev(Arguments args) {
-  const std::int32_t start = args.size() > 2 ? ToInt32(args[2]) : -1;
-  if (start == 0 || start < -1) RaiseRunTime(kErrInvalidCall);
+  const std::int32_t start = WholeArgument(args, 2, -1, -1);
+  if (start == 0) RaiseRunTime(kErrInvalidCall);
   const bool ignore_case = IgnoresCase(args, 3);
-  if (args[0].IsNull() || args[1].IsNull()) return Variant::Null();
   const std::string text = Folded(ToText(args[0]), ignore_case);
   const std::string sought = Folded(ToText(args[1]), ignore_case);
   const auto length = static_cast<std::int32_t>(CharacterCount(text));
@@ -63,8 +55,8 @@ Variant InStrRev(Arguments args) {
   const std::int32_t last = start == -1 ? length : start;
   if (sought.empty()) return last;
   const std::string_view head = CharacterSlice(text, 0, static_cast<std::size_t>(last));
-  const auto found = head.rfind(sought);
-  return found == std::string_view::npos ? Variant(kNotFound) : Position(text, found);
+  const auto found = FindLast(head, sought);
+  return found == TextFinder::kNone ? Variant(kNotFound) : Position(text, found);
 }
 
 // Replace(text, sought, replacement[, start[, count[, compare]]]): the result begins at start.
@@ -72,23 +64,22 @@ Variant Replace(Arguments args) {
   const std::string whole = ToText(args[0]);
   const std::string sought_text = ToText(args[1]);
   const std::string replacement = ToText(args[2]);
-  const auto start =
-      args.size() > 3 ? static_cast<std::size_t>(WholeArgument(args[3], 1)) : std::size_t{1};
-  std::int32_t count = args.size() > 4 ? WholeArgument(args[4], -1) : -1;
+  const auto start = static_cast<std::size_t>(WholeArgument(args, 3, 1, 1));
+  std::int32_t count = WholeArgument(args, 4, -1, -1);
   const bool ignore_case = IgnoresCase(args, 5);
 
   const std::string text = whole.substr(ByteOffset(whole, start - 1));
   if (sought_text.empty()) return text;
   const std::string folded = Folded(text, ignore_case);
-  const std::string sought = Folded(sought_text, ignore_case);
+  const TextFinder sought(Folded(sought_text, ignore_case));
   std::string result;
   std::size_t at = 0;
   for (; count != 0; --count) {
-    const auto found = folded.find(sought, at);
-    if (found == std::string::npos) break;
+    const auto found = sought.Find(folded, at);
+    if (found == TextFinder::kNone) break;
     result.append(text, at, found - at).append(replacement);
     CheckTextLength(static_cast<double>(result.size()));
-    at = found + sought.size();
+    at = found + sought.Length();
   }
   return result.append(text, at);
 }

@@ -24,28 +24,43 @@ std::string EscapedLiteral(const std::string& quoted) {
   return result.append("'");
 }
 
-// The condition that a patient is a candidate: one blocking field agrees. Empty: all patients.
-std::string BlockingCondition(const std::shared_ptr<Connection>& connection,
-                              const Recordset& abstract, bool escape_quotes) {
+// A blocking rule as it applies to one abstract.
+struct BlockingRule {
+  std::string abstract_field;
+  std::string patient_field;
+  std::string condition;  // empty when the abstract's value does not block
+};
+
+std::vector<BlockingRule> BlockingRules(const std::shared_ptr<Connection>& connection,
+                                        const Recordset& abstract, bool escape_quotes) {
   MatchingState& state = CurrentMatching();
-  std::string condition;
+  std::vector<BlockingRule> result;
   const auto rules = connection->CreateRecordset();
   rules->Open("SELECT * FROM tblBlockingParameters", connection);
-  int number = 0;
-  for (const Recordset& rule : rules->Rows()) {
-    state.rule_in_work = "number " + std::to_string(++number) + " of tblBlockingParameters";
-    std::string expression(Trim(ToText(rule.Value("AbstractField"))));
-    state.rule_in_work = expression;
+  for (const Recordset& row : rules->Rows()) {
+    BlockingRule& rule = result.emplace_back();
+    state.rule_in_work = "number " + std::to_string(result.size()) + " of tblBlockingParameters";
+    rule.abstract_field = Trim(ToText(row.Value("AbstractField")));
+    rule.patient_field = Trim(ToTextOrEmpty(row.Value("PatientField")));
+    state.rule_in_work = rule.abstract_field;
+    std::string expression = rule.abstract_field;
     const std::string value = EvaluateMatchField(
         expression, abstract, escape_quotes ? ValueText::kEscaped : ValueText::kPlain);
-    const Variant ignored = rule.Value("ignorevalues");
+    const Variant ignored = row.Value("ignorevalues");
     if (!ignored.IsNull() && ToText(ignored).find(value) != std::string::npos) continue;
-    condition.append(condition.empty() ? " WHERE " : " OR ")
-        .append(Trim(ToTextOrEmpty(rule.Value("PatientField"))))
-        .append(" = ")
-        .append(escape_quotes ? EscapedLiteral(value) : value);
+    rule.condition = rule.patient_field + " = " + (escape_quotes ? EscapedLiteral(value) : value);
   }
   state.rule_in_work = "of tblBlockingParameters (its PatientField)";
+  return result;
+}
+
+// Empty: all patients.
+std::string BlockingCondition(const std::vector<BlockingRule>& rules) {
+  std::string condition;
+  for (const BlockingRule& rule : rules) {
+    if (rule.condition.empty()) continue;
+    condition.append(condition.empty() ? " WHERE " : " OR ").append(rule.condition);
+  }
   return condition;
 }
 
@@ -68,7 +83,7 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
   const std::string query =
       "SELECT PatientID, soundex, race1, sex, lastname, firstname, middlename, birthdate, socsec "
       "from Patients" +
-      BlockingCondition(connection, abstract, options.escape_quotes);
+      BlockingCondition(BlockingRules(connection, abstract, options.escape_quotes));
 
   std::vector<Candidate> found;
   MatchScorer scorer(abstract, options.escape_quotes ? ValueText::kEscaped : ValueText::kPlain);
@@ -89,6 +104,26 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
     return options.ties == TieOrder::kPatientId && x.match.patient_id < y.match.patient_id;
   });
   return found;
+}
+
+std::vector<BlockedPatients> PatientsByRule(const std::shared_ptr<Connection>& connection,
+                                            const Recordset& abstract) {
+  std::vector<BlockedPatients> result;
+  for (BlockingRule& rule : BlockingRules(connection, abstract, true)) {
+    BlockedPatients& blocked = result.emplace_back();
+    blocked.abstract_field = std::move(rule.abstract_field);
+    blocked.patient_field = std::move(rule.patient_field);
+    blocked.blocks = !rule.condition.empty();
+    if (!blocked.blocks) continue;
+    CurrentMatching().rule_in_work = blocked.abstract_field;
+    const auto rows = connection->CreateRecordset();
+    rows->Open("SELECT PatientID FROM Patients WHERE " + rule.condition, connection);
+    for (const Recordset& row : rows->Rows()) {
+      blocked.patients.push_back(ToInt32(row.Value("PatientID")));
+    }
+  }
+  CurrentMatching().rule_in_work.clear();
+  return result;
 }
 
 std::string MatchText(const std::vector<Match>& matches) {

@@ -45,6 +45,18 @@ struct Candidate {
 std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connection,
                                       const Recordset& abstract, const CandidateOptions& options);
 
+/// What one blocking rule brings to be scored for one abstract.
+struct BlockedPatients {
+  std::string abstract_field;
+  std::string patient_field;
+  bool blocks = false;  ///< the abstract's value is not among the ignored ones
+  std::vector<std::int32_t> patients;
+};
+
+/// Every blocking rule by itself, in table order, quotes escaped. Cost: one statement a rule.
+std::vector<BlockedPatients> PatientsByRule(const std::shared_ptr<Connection>& connection,
+                                            const Recordset& abstract);
+
 /// The text that clients split: ", " + PatientID + ":" + score for each match.
 std::string MatchText(const std::vector<Match>& matches);
 

@@ -16,19 +16,10 @@ namespace qm {
 
 namespace {
 
-// Length in characters of the texts that are compared, the evaluator's opening quote included.
-constexpr std::size_t kBufferLength = 25;
-
-// The value as the buffer holds it, less the blanks that fill it up. The cut comes before the
-// quotes go: 24 characters of a value take part.
 std::string ComparedValue(const std::string& expression, const Recordset& record,
                           ValueText values) {
   std::string rewritten = expression;
-  const std::string value = UpperCase(EvaluateMatchField(rewritten, record, values));
-  std::string buffer(CharacterSlice(value, 0, kBufferLength));
-  std::erase(buffer, '\'');
-  buffer.erase(buffer.find_last_not_of(' ') + 1);
-  return buffer;
+  return ComparedText(UpperCase(EvaluateMatchField(rewritten, record, values)));
 }
 
 bool IsMissing(std::string_view value, const MatchRule& rule) {
@@ -64,6 +55,14 @@ RuleScore ApplyRule(const MatchRule& rule, const std::string& abstract, const st
 }
 
 }  // namespace
+
+// The cut comes before the quotes go.
+std::string ComparedText(std::string_view value) {
+  std::string buffer(CharacterSlice(value, 0, kComparedCharacters + 1));
+  std::erase(buffer, '\'');
+  buffer.erase(buffer.find_last_not_of(' ') + 1);
+  return buffer;
+}
 
 MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
     : abstract_(abstract), values_(values), abstract_values_(CurrentMatching().rules.size()) {}

@@ -5,9 +5,11 @@
 // one evaluation and one comparison a rule.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <qm/matcher.h>
@@ -16,6 +18,13 @@
 #include "matching/match_field.h"
 
 namespace qm {
+
+/// So many characters of a value take part in a comparison.
+inline constexpr std::size_t kComparedCharacters = 24;
+
+/// The evaluator's upper-cased value, in its quotes, as it is compared: cut, without quotes and
+/// blanks behind.
+std::string ComparedText(std::string_view value);
 
 class MatchScorer {
  public:

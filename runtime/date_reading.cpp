@@ -16,6 +16,8 @@ bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 constexpr std::array<std::string_view, 12> kMonths = {
     "January", "February", "March",     "April",   "May",      "June",
     "July",    "August",   "September", "October", "November", "December"};
+constexpr std::array<std::string_view, 7> kWeekdays = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                                       "Thursday", "Friday", "Saturday"};
 
 // 1 to 12 for a month's name or its first three letters, else 0.
 int MonthOfWord(std::string_view word) {
@@ -200,6 +202,10 @@ class DateReader {
 };
 
 }  // namespace
+
+std::string_view MonthName(int month) { return kMonths.at(static_cast<std::size_t>(month) - 1); }
+
+std::string_view WeekdayName(int day) { return kWeekdays.at(static_cast<std::size_t>(day) - 1); }
 
 std::optional<Date> ReadDate(std::string_view text) { return DateReader(text).Read(); }
 

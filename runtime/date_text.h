@@ -32,6 +32,10 @@ Date Combine(double whole_day, double fraction);
 /// leaves the time out, day 0 the date.
 std::string DateText(Date date);
 
+/// English names; months from 1, days of the week from 1 for Sunday.
+std::string_view MonthName(int month);
+std::string_view WeekdayName(int day);
+
 /// Reads a date, a time or both: "1/2/2020", "2020-01-02", "2 Jan 2020", "January 2, 2020",
 /// "10:30", "3:04:05 PM". Two-digit years are 1930 to 2029. Nothing when it is none.
 std::optional<Date> ReadDate(std::string_view text);

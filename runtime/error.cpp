@@ -22,6 +22,8 @@ std::string_view RunTimeDescription(std::int32_t number) {
       return "Invalid procedure call or argument";
     case kErrOverflow:
       return "Overflow";
+    case 7:
+      return "Out of memory";
     case kErrSubscript:
       return "Subscript out of range";
     case kErrDivisionByZero:
@@ -32,14 +34,20 @@ std::string_view RunTimeDescription(std::int32_t number) {
       return "Out of string space";
     case kErrStackSpace:
       return "Out of stack space";
+    case 70:
+      return "Permission denied";
     case kErrObjectNotSet:
       return "Object variable not set";
     case kErrInvalidUseOfNull:
       return "Invalid use of Null";
     case kErrObjectRequired:
       return "Object required";
+    case 429:
+      return "ActiveX component can't create object";
     case kErrNoSuchMember:
       return "Object doesn't support this property or method";
+    case 447:
+      return "Object doesn't support current locale setting";
     case kErrWrongArgumentCount:
       return "Wrong number of arguments or invalid property assignment";
     case kErrKeyInUse:

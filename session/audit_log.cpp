@@ -69,19 +69,11 @@ std::string KeyOf(const std::string& time, AuditClock& clock) {
   return time + writer;
 }
 
-// Nothing but parts of a time may stand in the statement.
-bool IsTimePart(std::string_view text) {
-  if (text.size() > kTimeShape.size()) return false;
-  return std::equal(text.begin(), text.end(), kTimeShape.begin(), [](char c, char shape) {
-    return shape == '0' ? c >= '0' && c <= '9' : c == shape;
-  });
-}
-
 std::string QueryOf(const AuditFilter& filter) {
   std::string query = kEveryRow;
   std::string_view link = " WHERE ";
   if (!filter.since.empty()) {
-    if (!IsTimePart(filter.since)) {
+    if (!IsAuditTime(filter.since)) {
       throw Error(kErrBadArgument, "QMDataObjects.ReadAudit",
                   "a time begins like 2026-01-05 or 2026-01-05T15:04");
     }
@@ -134,6 +126,14 @@ void AuditWriter::Write(const AuditEntry& entry) {
   rows_->SetValue("Detail", entry.detail);
   rows_->SetValue("SourceFile", entry.file);
   rows_->Update();
+}
+
+// It stands in a statement: nothing but a time may pass.
+bool IsAuditTime(std::string_view text) {
+  if (text.size() > kTimeShape.size()) return false;
+  return std::equal(text.begin(), text.end(), kTimeShape.begin(), [](char c, char shape) {
+    return shape == '0' ? c >= '0' && c <= '9' : c == shape;
+  });
 }
 
 void WriteAudit(const AuditEntry& entry) { AuditWriter().Write(entry); }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include <qm/audit_log.h>
 #include <qm/recordset.h>
@@ -22,5 +23,8 @@ class AuditWriter {
  private:
   std::shared_ptr<Recordset> rows_;
 };
+
+/// Whether the text is a leading part of a row's time, as `AuditFilter::since` wants it.
+bool IsAuditTime(std::string_view text);
 
 }  // namespace qm

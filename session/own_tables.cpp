@@ -16,12 +16,23 @@ namespace {
 constexpr OwnTable kOwnTables[] = {
     // How far each imported file, known by a digest of its content, was taken.
     {"QMImports",
-     "CREATE TABLE QMImports (Digest TEXT PRIMARY KEY, FileName TEXT, LinesDone INTEGER,"
+     "CREATE TABLE QMImports (Digest VARCHAR(64) PRIMARY KEY, FileName TEXT, LinesDone INTEGER,"
      " BytesDone INTEGER, Imported INTEGER, Rejected INTEGER, Finished INTEGER)"},
     // Who changed what; the key ascends in the order of the changes.
     {"QMAudit",
-     "CREATE TABLE QMAudit (AuditKey TEXT PRIMARY KEY, ChangedAt TEXT, ChangedBy TEXT, Action TEXT,"
-     " RecordKind TEXT, RecordID INTEGER, Detail TEXT, SourceFile TEXT)"},
+     "CREATE TABLE QMAudit (AuditKey VARCHAR(64) PRIMARY KEY, ChangedAt VARCHAR(40),"
+     " ChangedBy VARCHAR(120), Action VARCHAR(40), RecordKind VARCHAR(40), RecordID INTEGER, Detail TEXT, SourceFile TEXT)"},
+    // What linking an abstract made, and what it found, so that it can be undone; the digests tell
+    // whether the records made were changed since.
+    {"QMLinks",
+     "CREATE TABLE QMLinks (AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER,"
+     " NewPatient INTEGER, NewTumor INTEGER, FormerPatientID INTEGER, FormerMedRefID INTEGER,"
+     " PatientDigest VARCHAR(64), TumorDigest VARCHAR(64))"},
+    // The pairs that a reviewer declined. Of all an abstract's offers at once: patient 0, with a
+    // digest of that decision.
+    {"QMDecisions",
+     "CREATE TABLE QMDecisions (AbsRefID INTEGER, PatientID INTEGER, DecisionDigest VARCHAR(64),"
+     " PRIMARY KEY (AbsRefID, PatientID))"},
 };
 
 bool IsThere(Connection& registry, std::string_view table) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <map>
 #include <set>
 #include <string_view>
 
@@ -22,61 +23,80 @@ struct FamilyTable {
 };
 
 constexpr std::string_view kAdministration =
-    "DateCreated TEXT, DateEdited TEXT, Remarks TEXT, Status1 TEXT, StatusDate1 TEXT, "
-    "Status2 TEXT, StatusDate2 TEXT, Status3 TEXT, StatusDate3 TEXT, Project1 TEXT, "
-    "Project2 TEXT, Project3 TEXT, Project4 TEXT, Project5 TEXT";
+    "DateCreated VARCHAR(40), DateEdited VARCHAR(40), Remarks TEXT, Status1 VARCHAR(40), StatusDate1 VARCHAR(40), "
+    "Status2 VARCHAR(40), StatusDate2 VARCHAR(40), Status3 VARCHAR(40), StatusDate3 VARCHAR(40), Project1 VARCHAR(40), "
+    "Project2 VARCHAR(40), Project3 VARCHAR(40), Project4 VARCHAR(40), Project5 VARCHAR(40)";
 
 const std::array kFamilyTables = {
     FamilyTable{
         "Abstracts", &ShippedItem::abstract_table, 1,
-        "AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER, NameX TEXT, "
-        "EditorInit TEXT, DateOffloaded TEXT, Completed TEXT, HeldFor1 TEXT, HeldFor2 TEXT, "
-        "HeldFor3 TEXT, AbstractLockedBy TEXT, AbstractLockedT TEXT, "},
+        "AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER, NameX VARCHAR(120), "
+        "EditorInit VARCHAR(40), DateOffloaded VARCHAR(40), Completed VARCHAR(40), HeldFor1 VARCHAR(40), HeldFor2 VARCHAR(40), "
+        "HeldFor3 VARCHAR(40), AbstractLockedBy VARCHAR(40), AbstractLockedT VARCHAR(40), "},
     FamilyTable{"Abstracts_2", &ShippedItem::abstract_table, 2, "AbsRefID INTEGER PRIMARY KEY"},
     FamilyTable{"Abstracts_3", &ShippedItem::abstract_table, 4,
-                "AbsRefID INTEGER PRIMARY KEY, DateFacUpdated TEXT"},
+                "AbsRefID INTEGER PRIMARY KEY, DateFacUpdated VARCHAR(40)"},
     FamilyTable{"Patients", &ShippedItem::patient_table, 1,
-                "PatientID INTEGER PRIMARY KEY, Soundex TEXT, NameX TEXT, "
-                "ConsolidateLogID INTEGER, CaseLockedBy TEXT, CaseLockedTime TEXT, "},
+                "PatientID INTEGER PRIMARY KEY, Soundex VARCHAR(8), NameX VARCHAR(120), "
+                "ConsolidateLogID INTEGER, CaseLockedBy VARCHAR(40), CaseLockedTime VARCHAR(40), "},
     FamilyTable{"Patients_2", &ShippedItem::patient_table, 2,
-                "PatientID INTEGER PRIMARY KEY, DatePtUpdated TEXT"},
+                "PatientID INTEGER PRIMARY KEY, DatePtUpdated VARCHAR(40)"},
     FamilyTable{"MedicalSum", &ShippedItem::medical_table, 1,
-                "MedRefID INTEGER PRIMARY KEY, PatientID INTEGER, EditorInit TEXT, "
+                "MedRefID INTEGER PRIMARY KEY, PatientID INTEGER, EditorInit VARCHAR(40), "
                 "ConsolidateLogID INTEGER, "},
     FamilyTable{"MedicalSum_2", &ShippedItem::medical_table, 2,
-                "MedRefID INTEGER PRIMARY KEY, DateTumUpdated TEXT"},
+                "MedRefID INTEGER PRIMARY KEY, DateTumUpdated VARCHAR(40)"},
 };
 
 constexpr std::array kOtherTables = {
-    "CREATE TABLE BaseIDs (BaseIDName TEXT PRIMARY KEY, BaseID INTEGER)",
-    "CREATE TABLE USERS (USERID TEXT PRIMARY KEY, NAME TEXT)",
-    "CREATE TABLE LOCKMANAGER (TABLENAME TEXT PRIMARY KEY, LOCKSTATUS TEXT, USERID TEXT)",
+    "CREATE TABLE BaseIDs (BaseIDName VARCHAR(64) PRIMARY KEY, BaseID INTEGER)",
+    "CREATE TABLE USERS (USERID VARCHAR(64) PRIMARY KEY, NAME VARCHAR(120))",
+    "CREATE TABLE LOCKMANAGER (TABLENAME VARCHAR(64) PRIMARY KEY, LOCKSTATUS VARCHAR(8), USERID VARCHAR(64))",
     "CREATE TABLE CRITICALFIELDS (NAACCR_Item_No INTEGER, projectID INTEGER,"
     " PRIMARY KEY (NAACCR_Item_No, projectID))",
-    "CREATE TABLE Display (DisplayID INTEGER PRIMARY KEY, Name TEXT)",
+    "CREATE TABLE Display (DisplayID INTEGER PRIMARY KEY, Name VARCHAR(120))",
     "CREATE TABLE displayfields (displayid INTEGER, NAACCR_Item_no INTEGER, [Default] TEXT,"
     " Protected INTEGER, FieldSequence INTEGER, Invisible INTEGER,"
     " PRIMARY KEY (displayid, NAACCR_Item_no))",
     "CREATE TABLE tblBlockingParameters (BlockingID INTEGER PRIMARY KEY, AbstractField TEXT,"
     " PatientField TEXT, ignorevalues TEXT)",
-    "CREATE TABLE tblMatchingParameters (MatchingID INTEGER PRIMARY KEY, FieldName TEXT,"
+    "CREATE TABLE tblMatchingParameters (MatchingID INTEGER PRIMARY KEY, FieldName VARCHAR(120),"
     " Weight REAL, MissingValues TEXT, ExactMatch INTEGER, StringComparatorParam INTEGER,"
-    " AliasName TEXT, ignore INTEGER)",
+    " AliasName VARCHAR(120), ignore INTEGER)",
     "CREATE TABLE tblTLCParameters (PotentialPatientMatch INTEGER)",
 };
 
 constexpr std::array kMatchingColumns = {"Soundex", "LastName", "BirthDate", "SocSec"};
 
+// A date stands in its column with two strokes more than in the record.
+constexpr int kShortestColumn = 10;
+
+// The greatest length of each column in any layout. Some engines cut their rows to it.
+std::map<std::string, int> ColumnLengths(const FamilyTable& table,
+                                         const std::vector<ShippedLayout>& layouts) {
+  std::map<std::string, int> lengths;
+  for (const ShippedLayout& layout : layouts) {
+    for (const ShippedItem& item : layout.items) {
+      if (item.text || item.*table.code_of != table.code) continue;
+      int& length = lengths[LowerCase(item.field_name)];
+      length = std::max({length, item.length, kShortestColumn});
+    }
+  }
+  return lengths;
+}
+
 std::string CreateFamilyTable(const FamilyTable& table, const std::vector<ShippedLayout>& layouts) {
   std::string statement = "CREATE TABLE " + std::string(table.name) + " (";
   statement += table.own_columns;
   if (table.own_columns.ends_with(", ")) statement += kAdministration;
+  const std::map<std::string, int> lengths = ColumnLengths(table, layouts);
   std::set<std::string> columns;
   for (const ShippedLayout& layout : layouts) {
     for (const ShippedItem& item : layout.items) {
       if (item.text || item.*table.code_of != table.code) continue;
-      if (columns.insert(LowerCase(item.field_name)).second) {
-        statement += ", " + item.field_name + " TEXT";
+      const std::string name = LowerCase(item.field_name);
+      if (columns.insert(name).second) {
+        statement += ", " + item.field_name + " VARCHAR(" + std::to_string(lengths.at(name)) + ")";
       }
     }
   }

@@ -1,17 +1,20 @@
 // qm generate: fills a registry with synthetic patients, and writes incoming records about some of
 // them with the truth beside.
+#include <qm/audit_log.h>
 #include <qm/data_sets.h>
 
 #include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
+#include <string>
 
 #include "runtime/private_file.h"
 #include "synthetic/generator.h"
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
+#include "tool/user.h"
 
 namespace qm::tool {
 
@@ -22,7 +25,7 @@ constexpr std::uint16_t kRecordVersion = 18;
 
 void Generate(SyntheticOptions options, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
-  const auto registry = OpenDatabase(tool, Database::kRegistry);
+  const auto registry = OpenRegistryToChange(tool, "qm generate");
   tool.doing = [] { return "loading the layout from the control database"; };
   QMDataSets data_sets;
   const auto layout = data_sets.GetNAACCRLayout(kRecordVersion);
@@ -31,9 +34,13 @@ void Generate(SyntheticOptions options, Tool& tool) {
   const std::filesystem::path folder = tool.settings.folder;
   PrivateFile incoming(folder / "incoming.txt");
   PrivateFile truth(folder / "truth.csv");
+  const std::string counts = std::to_string(options.patients) + " patients and " +
+                             std::to_string(options.incoming) + " incoming records";
+  const std::string file = (folder / "incoming.txt").string();
   // An interruption before the registry is filled leaves files that the next run replaces; filled
   // without its files it could not be generated again.
-  options.before_commit = [&truth, &incoming] {
+  options.before_commit = [&, seed = options.seed] {
+    WriteAudit({"generate", "registry", {}, counts + ", seed " + std::to_string(seed), file});
     truth.Commit();
     incoming.Commit();
   };
@@ -42,8 +49,7 @@ void Generate(SyntheticOptions options, Tool& tool) {
     GenerateRegistry(registry, *layout, options, incoming.Stream(), truth.Stream(),
                      [&bar](std::int64_t done, std::int64_t total) { bar.Show(done, total); });
   }
-  std::cout << "generated " << options.patients << " patients and " << options.incoming
-            << " incoming records in " << (folder / "incoming.txt").string() << '\n';
+  std::cout << "generated " << counts << " in " << file << '\n';
 }
 
 }  // namespace
@@ -54,6 +60,7 @@ void AddGenerate(CLI::App& app, Tool& tool) {
                                  "fill a registry without patients with synthetic ones, and write "
                                  "DIR/incoming.txt with DIR/truth.csv");
   AddDatabaseOptions(*command, tool);
+  AddUserOption(*command, tool);
   const auto count = CLI::Range(std::int64_t{0}, std::int64_t{10000000});
   command->add_option("--patients", options->patients, "how many patients are registered")
       ->required()

@@ -11,6 +11,7 @@
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
+#include "tool/user.h"
 
 namespace qm::tool {
 
@@ -48,7 +49,7 @@ void Import(const Arguments& arguments, Tool& tool) {
     if (!fs::exists(file)) throw Error(kFileNotFound, "qm import", file + ": no such file");
   }
   OpenDatabase(tool, Database::kControl);
-  OpenDatabase(tool, Database::kRegistry);
+  OpenRegistryToChange(tool, "qm import");
 
   const Format format = tool.settings.format;
   ResultWriter results(std::cout, format,
@@ -91,6 +92,7 @@ void AddImport(CLI::App& app, Tool& tool) {
       "no record goes into a rejects file, and a file is not imported twice");
   command->add_option("FILE", arguments->files, "text or gzip files")->required();
   AddDatabaseOptions(*command, tool);
+  AddUserOption(*command, tool);
   AddFormatOption(*command, tool);
   command
       ->add_option("--layout", arguments->options.version,

@@ -7,6 +7,9 @@
 #include <filesystem>
 #include <limits>
 
+#include "session/own_tables.h"
+#include "tool/user.h"
+
 namespace qm::tool {
 
 namespace fs = std::filesystem;
@@ -92,8 +95,20 @@ std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {
   const auto timeout = static_cast<std::int16_t>(settings.timeout);
   auto connection =
       session.Connect(ConnectionStringOf(settings, database), qmModeReadWrite, timeout, timeout);
-  if (database == Database::kRegistry) session.SetRegistry(connection);
+  if (database == Database::kRegistry) {
+    session.SetRegistry(connection);
+    session.SetUser(UserName(settings));
+  }
   if (database == Database::kControl) session.SetControl(connection);
+  tool.doing = nullptr;
+  return connection;
+}
+
+std::shared_ptr<Connection> OpenRegistryToChange(Tool& tool, const std::string& command) {
+  RequireUser(tool.settings, command);
+  auto connection = OpenDatabase(tool, Database::kRegistry);
+  tool.doing = [] { return "preparing the registry's own tables"; };
+  EnsureOwnTables();
   tool.doing = nullptr;
   return connection;
 }

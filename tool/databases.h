@@ -26,4 +26,8 @@ std::string ConnectionStringOf(const Settings& settings, Database database);
 /// Opens a database and, registry and control, puts it into the session.
 std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database);
 
+/// The registry for a command that changes it: there is a user in whose name it does, and the
+/// library's own tables are made where the registry lacks them, before any transaction.
+std::shared_ptr<Connection> OpenRegistryToChange(Tool& tool, const std::string& command);
+
 }  // namespace qm::tool

@@ -11,9 +11,9 @@ namespace {
 
 using namespace qm::tool;
 
-constexpr AddFunction kCommands[] = {AddInit, AddGenerate, AddImport, AddMatch,
-                                     AddFind, AddShow,     AddSet,    AddLayout,
-                                     AddEval, AddCompare,  AddSoundex};
+constexpr AddFunction kCommands[] = {
+    AddInit, AddGenerate, AddImport, AddMatch,  AddExport,  AddFind, AddLog,     AddShow,   AddSet,
+    AddLock, AddUnlock,   AddLocks,  AddLayout, AddDisplay, AddEval, AddCompare, AddSoundex};
 
 int Run(int argc, char** argv) {
   Tool tool;
@@ -44,7 +44,7 @@ int Run(int argc, char** argv) {
   try {
     tool.run();
     RequireWritten(std::cout);
-    return kDone;
+    return tool.exit_code;
   } catch (const qm::Error& error) {
     std::cout.flush();
     std::cerr << "qm: " << DescribeError(error, tool) << '\n';

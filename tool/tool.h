@@ -23,6 +23,7 @@ struct Settings {
   std::string registry;  ///< connection strings instead of the folder
   std::string control;
   std::string matching;
+  std::string user;  ///< empty: the login name
   int timeout = 15;  ///< seconds that a busy database is waited for
   Format format = Format::kTable;
   bool verbose = false;
@@ -34,6 +35,8 @@ struct Tool {
   /// Tells what is in work ("importing a.txt, line 7"); an error message begins with it. It is
   /// asked after the command was left, so it holds what it refers to.
   std::function<std::string()> doing;
+  /// What the program ends with when the command came to its end: a refusal is no error.
+  ExitCode exit_code = kDone;
 };
 
 /// A command with the options that all have.
@@ -69,15 +72,21 @@ inline void AddFormatOption(CLI::App& command, Tool& tool, bool xml = false) {
 /// The table of commands.
 using AddFunction = void (*)(CLI::App& app, Tool& tool);
 void AddCompare(CLI::App& app, Tool& tool);
+void AddDisplay(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
+void AddExport(CLI::App& app, Tool& tool);
 void AddFind(CLI::App& app, Tool& tool);
 void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
 void AddInit(CLI::App& app, Tool& tool);
 void AddLayout(CLI::App& app, Tool& tool);
+void AddLock(CLI::App& app, Tool& tool);
+void AddLocks(CLI::App& app, Tool& tool);
+void AddLog(CLI::App& app, Tool& tool);
 void AddMatch(CLI::App& app, Tool& tool);
 void AddSet(CLI::App& app, Tool& tool);
 void AddShow(CLI::App& app, Tool& tool);
 void AddSoundex(CLI::App& app, Tool& tool);
+void AddUnlock(CLI::App& app, Tool& tool);
 
 }  // namespace qm::tool

@@ -59,16 +59,19 @@ class QM_API QMDataSets {
                                       std::span<const std::int16_t> importprojects = {},
                                       std::int32_t AbsRefID = kNoId);
 
-  /// Cuts a record as `AddAbstract` does and writes every field of the layout that abstracts keep
-  /// into that abstract, the texts too. 3021 when there is no such abstract.
+  /// Cuts a record as `AddAbstract` does and writes every field that it stores into that abstract,
+  /// the texts too: what the record leaves blank becomes empty. 3021, before anything is written,
+  /// when the abstract lacks its row in a table.
   void UpdateAbstract(std::int32_t lAbsRefID, std::string_view strBuffer);
   /// Makes a patient with the next identifier of the counter "PatientID": a row in every table of
-  /// the family, every field that the abstract shares with patients, and the `Soundex` of the last
-  /// name. The abstract's `PatientID` is set. Nothing is undone when a step fails.
+  /// the family, every field that the abstract shares with patients as it is stored, texts too, and
+  /// the `Soundex` of the last name. The abstract's `PatientID` is set and its own row saved. 3021
+  /// when the abstract stands on no row or the counter gives no identifier; nothing is stored then.
+  /// Nothing is undone when a later step fails: wrap it in a transaction.
   Patient AddPatient(Abstract& qmAbstract);
   /// Makes a tumor of the abstract's patient with the next identifier of the counter "MedRefID" and
   /// every field that the abstract shares with tumors. The abstract's `MedRefID` is set. 3021 when
-  /// the abstract has no patient.
+  /// the abstract has no patient. Otherwise as `AddPatient`.
   Tumor AddTumor(Abstract& qmAbstract);
 
   /// One fixed-width record, as long as an abstract record of the layout, from an abstract: a

@@ -3,13 +3,15 @@
 //
 // Order of calls: a session with registry and control database; one exporter; `ExportAbstracts` or
 // `ExportTumors` once for each file. The records are those of the identifiers given, in that order,
-// or all of them by ascending identifier.
+// or all of them by ascending identifier, as the registry holds them at the beginning.
 //
 // A record is what `QMDataSets` makes of it (`CreateFacilityNAACCRBuffer`,
-// `CreateConsolidatedNAACCRBuffer`) in the layout chosen, with that layout's version code in the
-// version column unless it holds one that the layout accepts, cut to the length of its own record
-// type; one without a known type is written as an abstract record. The file is built aside and put
-// in place when complete, readable by its owner alone; a path that ends in ".gz" is compressed.
+// `CreateConsolidatedNAACCRBuffer`) in the layout chosen, but an item that the registry holds empty
+// stays blank even where its code pads with zeros. It carries that layout's version code unless it
+// holds one that the layout accepts, and is cut to the length of its own record type; one without a
+// known type is written as an abstract record. A control character other than a tab becomes a
+// blank. The file is UTF-8, built aside and put in place when complete, readable by its owner
+// alone; a path that ends in ".gz" is compressed.
 //
 // Memory does not grow with the file. An exporter belongs to the thread that made it.
 #pragma once
@@ -17,6 +19,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <iosfwd>
 #include <memory>
 #include <span>
 #include <string>
@@ -48,12 +51,19 @@ class QM_API Exporter {
   Exporter& operator=(Exporter&&) noexcept;
 
   /// The facilities' reports of those abstracts; none given: of all. An identifier that is not
-  /// there is 3021 and names it; 75 when the file cannot be written, naming the file. Nothing is
-  /// left behind by a failure.
+  /// there is 3021 and names it; a record with bytes that are no text is 321; 75 when the file
+  /// cannot be written, or is no regular file, naming it; a layout that is not there is an error
+  /// that names it. Failures of a record are base + 1107. Nothing is left behind by a failure.
   ExportSummary ExportAbstracts(std::span<const std::int32_t> ids,
                                 const std::filesystem::path& file);
-  /// The consolidated records of those tumors with their patients.
+  /// The consolidated records of those tumors with their patients. A tumor without its patient is
+  /// 3021; failures of a record are base + 1108.
   ExportSummary ExportTumors(std::span<const std::int32_t> ids, const std::filesystem::path& file);
+
+  /// The same to a stream, uncompressed. What was written before a failure stays there; 57 when the
+  /// stream takes no more.
+  ExportSummary ExportAbstracts(std::span<const std::int32_t> ids, std::ostream& out);
+  ExportSummary ExportTumors(std::span<const std::int32_t> ids, std::ostream& out);
 
   /// The identifier in work when an export failed; 0 while there is none.
   std::int32_t RecordInWork() const;

@@ -17,7 +17,8 @@
 // stopped, a file that was imported is not imported again (one of which every line was rejected
 // is), and two imports of one file at the same time share the work. The rejects file is put in
 // place at the end; one that is there already with other content is kept under the next free name
-// with a number.
+// with a number. Every record stored has its row in the audit log (<qm/audit_log.h>), in the same
+// transaction. Both tables are made where the registry lacks them.
 //
 // Memory does not grow with the file. An importer belongs to the thread that made it.
 #pragma once

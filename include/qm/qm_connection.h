@@ -63,7 +63,7 @@ class QM_API QMConnection {
                     const std::optional<Variant>& CustomMsg = std::nullopt);
   /// Frees the tables listed, whoever holds them. A code that is not there is the data-access
   /// layer's error, those before it stay free. 1007.
-  bool TablesUnlocked(std::string& TablesToUnlock);
+  bool TablesUnlocked(std::string_view TablesToUnlock);
 
   std::string ApplicationName() const;
   void SetApplicationName(std::string_view name);

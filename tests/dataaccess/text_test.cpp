@@ -5,6 +5,7 @@
 #include <qm/error.h>
 
 #include "dataaccess/connection_string.h"
+#include "dataaccess/keyword_spelling.h"
 #include "dataaccess/plain_select.h"
 #include "dataaccess/sql_scanner.h"
 #include "dataaccess/statement_splitter.h"
@@ -124,6 +125,30 @@ TEST(Statement, RowsOfOneTableAreRecognised) {
   }
   EXPECT_EQ(UnquoteName("[a b]"), "a b");
   EXPECT_EQ(UnquoteName("\"a\"\"b\""), "a\"b");
+}
+
+TEST(KeywordSpelling, OnlyAClauseIsPutRight) {
+  const struct {
+    const char* given;
+    const char* spelt;
+  } cases[] = {
+      {"SELECT * FROM t WHERE a = 3 OERDER BY b", "SELECT * FROM t WHERE a = 3 ORDER BY b"},
+      {"select a from t\n oerder /*x*/ by  a ;", "select a from t\n ORDER /*x*/ by  a ;"},
+      {"SELECT * FROM [OERDER] OERDER BY 1", "SELECT * FROM [OERDER] ORDER BY 1"},
+      {"SELECT * FROM (SELECT 1 FROM u OERDER BY 1) OERDER BY 1",
+       "SELECT * FROM (SELECT 1 FROM u ORDER BY 1) ORDER BY 1"},
+      {"SELECT * FROM t WHERE a = ' OERDER BY b' ORDER BY oerder", nullptr},
+      {"SELECT \"OERDER\" BY FROM t WHERE OERDER = 1 -- OERDER BY b", nullptr},
+      {"SELECT oerder by FROM oerder by WHERE a.oerder", nullptr},
+      {"SELECT * FROM t, oerder by", nullptr},
+      {"SELECT * FROM t /* OERDER BY b */ WHERE a = 'it''s OERDER BY'", nullptr},
+      {"SELECT * FROM t OERDERED BY a", nullptr},
+      {"INSERT INTO oerder VALUES ('OERDER BY')", nullptr},
+      {"", nullptr},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(WithOrderSpelt(c.given), c.spelt == nullptr ? c.given : c.spelt);
+  }
 }
 
 }  // namespace

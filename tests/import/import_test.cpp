@@ -102,6 +102,13 @@ class Import : public testing::Test {
                                  " CAST(substr(a.LastName, 2) AS INTEGER) >"
                                  " CAST(substr(b.LastName, 2) AS INTEGER)"),
               "0");
+    // And each has its row in the audit log, in that order too.
+    EXPECT_EQ(registry_.Registry("SELECT count(*), sum(Detail = 'line ' || substr(LastName, 2)),"
+                                 " (SELECT count(*) FROM QMAudit), sum(RecordID - 10 = place)"
+                                 " FROM (SELECT *, row_number() OVER (ORDER BY AuditKey) AS place"
+                                 " FROM QMAudit JOIN Abstracts ON AbsRefID = RecordID"
+                                 " WHERE Action = 'import' AND RecordKind = 'abstract')"),
+              expected + "|" + expected + "|" + expected + "|" + expected);
   }
 
   SmallRegistry registry_;

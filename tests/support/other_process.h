@@ -54,9 +54,13 @@ class OtherProcess {
 
   /// Sends a request and waits for the answer, "error: " and the text when it failed.
   std::string Run(const std::string& text) {
-    Send(to_, text);
-    return Receive(from_);
+    Ask(text);
+    return TakeAnswer();
   }
+  /// The two halves of it, for several processes at work at once. Of several, the last one made is
+  /// ended first: it holds the others' pipes.
+  void Ask(const std::string& text) { Send(to_, text); }
+  std::string TakeAnswer() { return Receive(from_); }
 
  private:
   static void Send(int file, const std::string& text) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "dataaccess/keyword_spelling.h"
 #include "dataaccess/sql_scanner.h"
 #include "runtime/text.h"
 
@@ -21,7 +22,6 @@ constexpr std::string_view kBeforeTable[] = {"FROM", "JOIN", "INTO", "UPDATE", "
 constexpr std::string_view kBehindTables[] = {"WHERE", "ORDER", "GROUP", "SET",
                                               "VALUES", "ON",   "LIMIT", "SELECT", "UNION"};
 constexpr std::string_view kColumnless[] = {"PRIMARY", "UNIQUE", "FOREIGN", "CHECK", "CONSTRAINT"};
-constexpr std::string_view kMisspeltOrder = "OERDER";
 
 template <typename Words>
 bool Among(const SqlToken& token, const Words& words) {
@@ -116,7 +116,6 @@ class Translation {
   void Token(std::size_t i) {
     const SqlToken& token = tokens_[i];
     if (!token.IsName()) return;
-    if (token.Is(kMisspeltOrder) && IsWord(i + 1, "BY")) return Replace(token, "ORDER");
     if (const OdbcTableInfo* table = TableAt(i)) return Replace(token, dialect_.Quote(table->name));
     const bool bare = token.kind == SqlToken::Kind::kWord;
     if (bare && (Among(token, kStructure) || IsSymbol(i + 1, '('))) return;
@@ -217,7 +216,8 @@ class Translation {
 
 std::string TranslateStatement(std::string_view text, const OdbcDialect& dialect,
                                OdbcCatalog& catalog) {
-  return Translation(text, dialect, catalog).Result();
+  const std::string spelt = WithOrderSpelt(text);
+  return Translation(spelt, dialect, catalog).Result();
 }
 
 }  // namespace qm

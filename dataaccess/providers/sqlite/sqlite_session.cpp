@@ -11,6 +11,7 @@
 #include <qm/error.h>
 
 #include "dataaccess/data_error.h"
+#include "dataaccess/providers/sqlite/sqlite_dialect.h"
 #include "dataaccess/providers/sqlite/sqlite_error.h"
 #include "dataaccess/providers/sqlite/sqlite_order.h"
 #include "dataaccess/providers/sqlite/sqlite_statement.h"
@@ -221,9 +222,10 @@ bool SqliteSession::KeepsReals(const SqliteTable& table, const std::string& colu
 
 std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text, bool with_identity,
                                                           bool /*stream*/) {
-  auto plain_statement = std::make_unique<SqliteRowStatement>(*this, text, text, nullptr);
+  const std::string translated = InSqliteDialect(text);
+  auto plain_statement = std::make_unique<SqliteRowStatement>(*this, translated, text, nullptr);
   if (!with_identity || !plain_statement->HasRows()) return plain_statement;
-  const auto plain = ParsePlainSelect(text);
+  const auto plain = ParsePlainSelect(translated);
   if (!plain) return plain_statement;
   auto table = FindTable(*this, *plain);
   if (table == nullptr) return plain_statement;

@@ -1,0 +1,86 @@
+#include "datasets/new_record.h"
+
+#include <string>
+
+#include <qm/conversions.h>
+#include <qm/error.h>
+
+#include "datasets/family_tables.h"
+#include "layout/layout_state.h"
+#include "layout/table_code.h"
+
+namespace qm {
+
+namespace {
+
+// Reads an abstract as it is stored, whatever its setting.
+class StoredValues {
+ public:
+  explicit StoredValues(Abstract& source)
+      : source_(source),
+        formats_(source.AutoFormatValues()),
+        key_(ToText(source.Recordset(1)->Value(kAbstractFamily.key))) {
+    source_.SetAutoFormatValues(false);
+  }
+  ~StoredValues() { source_.SetAutoFormatValues(formats_); }
+  StoredValues(const StoredValues&) = delete;
+  StoredValues& operator=(const StoredValues&) = delete;
+
+  Variant Value(const std::string& field, int table) {
+    try {
+      return source_.FieldByName(field);
+    } catch (const Error& failure) {
+      if (failure.number() != kErrNoCurrentRecord) throw;
+      throw Error(kErrNoCurrentRecord, "QMDataObjects2",
+                  "abstract " + key_ + " has no row in " + TableName(kAbstractFamily.table, table));
+    }
+  }
+
+ private:
+  Abstract& source_;
+  const bool formats_;
+  const std::string key_;
+};
+
+}  // namespace
+
+NewRecord::NewRecord(const RecordFamily& family, const NAACCRLayout& layout, Abstract& source)
+    : family_(family) {
+  StoredValues values(source);
+  for (int table = 1; table <= (layout.*(family.table_count))(); ++table) {
+    rows_.push_back(OpenFamilyTable(family, table, "1 = 2"));
+    rows_.back()->AddNew();
+  }
+  if (rows_.empty()) RaiseRunTime(kErrSubscript);
+  const auto fields = LayoutAccess::Arrays(layout);
+  std::vector<std::string> texts(static_cast<std::size_t>(layout.TextFieldsCount()) + 1);
+  bool has_texts = false;
+  for (std::int16_t i = 1; i <= layout.FieldsCount(); ++i) {
+    const int from = TableOfCode(At(fields->iAbsTableNo, i));
+    const int to = TableOfCode(At((*fields).*(family.table_codes), i));
+    const std::string& name = At(fields->sField_Name, i);
+    if (At(fields->sField_Type, i) == "X") {
+      if (to < 1) continue;
+      At(texts, i) = ToTextOrEmpty(values.Value(name, 1));
+      has_texts = true;
+    } else if (from >= 1 && to >= 1) {
+      At(rows_, to - 1)->SetValue(name, values.Value(name, from));
+    }
+  }
+  if (has_texts) SetTexts(Primary(), layout, texts);
+}
+
+void NewRecord::Save(std::int32_t key) {
+  for (const auto& row : rows_) {
+    row->SetValue(family_.key, key);
+    row->Update();
+  }
+}
+
+void SetLink(Abstract& qmAbstract, std::string_view column, std::int32_t id) {
+  const auto row = qmAbstract.Recordset(1);
+  row->SetValue(column, id);
+  row->Update();
+}
+
+}  // namespace qm
