@@ -58,7 +58,7 @@ class Machine final : public Evaluation {
   // Each level of evaluations takes the room of some levels of nesting.
   Variant Eval(const std::string& expression) override {
     constexpr int kLevels = 12;
-    constexpr std::size_t kCost = 1024;
+    constexpr std::size_t kCost = 4096;
     usage_.Make(kCost + expression.size() * sizeof(Instruction));
     usage_.depth += kLevels;
     const Program program = Parse(expression, usage_.depth);
