@@ -8,8 +8,11 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "matching/candidate_search.h"
+#include "review/declined_pairs.h"
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -23,6 +26,7 @@ struct Arguments {
   bool all = false;
   std::optional<std::int16_t> cutoff;
   bool explain = false;
+  bool with_declined = false;
 };
 
 std::vector<Column> Columns(bool explain) {
@@ -101,6 +105,7 @@ class MatchCommand {
       throw Error(kErrNoCurrentRecord, "qm match",
                   "abstract " + std::to_string(*arguments_.abstract) + " does not exist");
     }
+    if (!arguments_.with_declined) declined_ = DeclinedPairs();
     ProgressBar bar("matching");
     const std::int64_t total = CountAbstracts(registry);
     std::int64_t done = 0;
@@ -134,6 +139,7 @@ class MatchCommand {
     options.explain = arguments_.explain;
     int rank = 0;
     for (const Candidate& candidate : FindCandidates(matching, abstract, options)) {
+      if (declined_.contains({id, candidate.match.patient_id})) continue;
       WriteCandidate(
           results_, tool_.settings.format,
           {std::to_string(id), std::to_string(++rank), std::to_string(candidate.match.patient_id),
@@ -147,6 +153,7 @@ class MatchCommand {
   const Arguments& arguments_;
   Tool& tool_;
   ResultWriter results_;
+  std::set<std::pair<std::int32_t, std::int32_t>> declined_;
 };
 
 }  // namespace
@@ -169,6 +176,8 @@ void AddMatch(CLI::App& app, Tool& tool) {
       ->type_name("N");
   command->add_flag("--explain", arguments->explain,
                     "for each pair what each rule compared and added");
+  command->add_flag("--with-declined", arguments->with_declined,
+                    "also the pairs that a reviewer declined");
   command->callback([arguments, &tool] {
     RequireDatabase(tool.settings, Database::kRegistry);
     if (!arguments->abstract && !arguments->all) {

@@ -80,6 +80,7 @@ void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
 void AddInit(CLI::App& app, Tool& tool);
 void AddLayout(CLI::App& app, Tool& tool);
+void AddLink(CLI::App& app, Tool& tool);
 void AddLock(CLI::App& app, Tool& tool);
 void AddLocks(CLI::App& app, Tool& tool);
 void AddLog(CLI::App& app, Tool& tool);
@@ -87,6 +88,7 @@ void AddMatch(CLI::App& app, Tool& tool);
 void AddSet(CLI::App& app, Tool& tool);
 void AddShow(CLI::App& app, Tool& tool);
 void AddSoundex(CLI::App& app, Tool& tool);
+void AddUnlink(CLI::App& app, Tool& tool);
 void AddUnlock(CLI::App& app, Tool& tool);
 
 }  // namespace qm::tool
