@@ -85,6 +85,7 @@ void AddLock(CLI::App& app, Tool& tool);
 void AddLocks(CLI::App& app, Tool& tool);
 void AddLog(CLI::App& app, Tool& tool);
 void AddMatch(CLI::App& app, Tool& tool);
+void AddReport(CLI::App& app, Tool& tool);
 void AddSet(CLI::App& app, Tool& tool);
 void AddShow(CLI::App& app, Tool& tool);
 void AddSoundex(CLI::App& app, Tool& tool);
