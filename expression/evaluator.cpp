@@ -17,7 +17,7 @@ namespace {
 // Bytes of text and elements that the values of one evaluation may hold together, and the same for
 // all values that it makes one after the other.
 constexpr std::size_t kMostHeld = 4 * kLongestText;
-constexpr std::size_t kMostMade = 64 * kLongestText;
+constexpr std::size_t kMostMade = 16 * kLongestText;
 
 // What an evaluation has used, with all evaluations within it.
 struct Usage {
