@@ -105,9 +105,11 @@ TEST(ScriptEngine, ArraysAndWhatIsMadeInAllAreBounded) {
     std::string expression;
     const char* outcome;
   } cases[] = {
-      {"UBound(Split(Space(1000000)))", "1000000"},
-      {"UBound(Split(Space(1100000)))", "7 Out of memory"},
-      {"Array(Split(Space(900000)), Split(Space(900000)))", "14 Out of string space"},
+      {"UBound(Split(Space(262143)))", "262143"},
+      {"UBound(Split(Space(262144)))", "7 Out of memory"},
+      {"Array(Array(" + Repeated("Space(16000000),", 3) + "1)," + Repeated("Space(16000000),", 2) +
+           "1)",
+       "14 Out of string space"},
       {"Len(Join(Split(Space(99999)), Space(999)))", "14 Out of string space"},
       {Repeated("Asc(Space(16000000))+", 20) + "1", "7 Out of memory"},
       // In a time that is the product of the lengths these would run for hours.
