@@ -114,10 +114,10 @@ Truth ReadTruth(std::string_view csv, std::int32_t first_abstract) {
   return truth;
 }
 
-Evaluation EvaluateMatching(const std::shared_ptr<Connection>& registry,
-                            const std::shared_ptr<Connection>& matching, const Truth& truth,
-                            const EvaluationOptions& options) {
-  Evaluation result;
+MatchEvaluation EvaluateMatching(const std::shared_ptr<Connection>& registry,
+                                 const std::shared_ptr<Connection>& matching, const Truth& truth,
+                                 const EvaluationOptions& options) {
+  MatchEvaluation result;
   result.cutoff = KeptCutoff(options);
   Scores scores;
   const auto wanted = [&](std::int32_t id) { return truth.contains(id); };

@@ -57,7 +57,7 @@ void CountBlocking(const std::vector<BlockedPatients>& rules, std::span<const Ca
 std::vector<ScoreBin> Histogram(const Scores& scores, std::int32_t width) {
   std::vector<ScoreBin> bins;
   for (const auto& [score, at] : scores) {
-    const std::int32_t from = Floor(score, width);
+    const std::int32_t from = FloorTo(score, width);
     while (bins.empty() || bins.back().from < from) {
       const std::int32_t next = bins.empty() ? from : bins.back().from + width;
       bins.push_back({next, next + width - 1, 0, 0});

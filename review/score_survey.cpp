@@ -31,7 +31,7 @@ std::int32_t KeptCutoff(const EvaluationOptions& options) {
   return options.cutoff.value_or(Matcher().CutoffScore());
 }
 
-std::int32_t Floor(std::int32_t value, std::int32_t width) {
+std::int32_t FloorTo(std::int32_t value, std::int32_t width) {
   const std::int32_t rest = value % width;
   return value - (rest < 0 ? rest + width : rest);
 }
@@ -39,7 +39,7 @@ std::int32_t Floor(std::int32_t value, std::int32_t width) {
 std::set<std::int32_t> TabledCutoffs(std::int32_t least, std::int32_t most, std::int32_t step,
                                      std::initializer_list<std::int32_t> besides) {
   std::set<std::int32_t> cutoffs(besides);
-  for (std::int32_t cutoff = Floor(least, step); cutoff < most + step; cutoff += step) {
+  for (std::int32_t cutoff = FloorTo(least, step); cutoff < most + step; cutoff += step) {
     cutoffs.insert(cutoff);
   }
   return cutoffs;

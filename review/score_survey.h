@@ -33,6 +33,6 @@ std::set<std::int32_t> TabledCutoffs(std::int32_t least, std::int32_t most, std:
                                      std::initializer_list<std::int32_t> besides);
 
 /// The multiple of `width` at or below the value.
-std::int32_t Floor(std::int32_t value, std::int32_t width);
+std::int32_t FloorTo(std::int32_t value, std::int32_t width);
 
 }  // namespace qm
