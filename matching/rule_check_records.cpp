@@ -108,7 +108,7 @@ void Try(Trial& trial, Group group, const Recordset& record) {
     const std::string value = EvaluateMatchField(expression, record, ValueText::kEscaped);
     if (!blocking) CountValue(trial, group, value);
     // The first made-up record is the empty one.
-    if (group == kProbes && tally.records == 1) trial.blocks_empty = value == "''";
+    if (group == kProbes && tally.records == 1) trial.blocks_empty = blocking && value == "''";
   } catch (const Error& error) {
     ++tally.failed;
     if (trial.failure.empty()) {

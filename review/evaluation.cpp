@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <tuple>
+#include <utility>
 
 #include <qm/error.h>
 
@@ -59,16 +59,20 @@ CutoffAccuracy AccuracyAt(const Scores& scores, std::int32_t cutoff, std::int64_
           AccuracyOf(sum.pairs, sum.right_pairs, registered)};
 }
 
-// Only where a score is met does anything change.
+// Nothing changes between two scores that are met: the middle between them leaves most room to
+// either side.
 std::int32_t BestCutoff(const Scores& scores, std::int32_t kept, std::int64_t registered) {
   std::int32_t best = kept;
   std::optional<std::pair<double, double>> most;
+  std::optional<std::int32_t> below;
   for (const auto& [score, at] : scores) {
     const CutoffAccuracy accuracy = AccuracyAt(scores, score, registered);
     const std::pair<double, double> f1{accuracy.best.f1, accuracy.pairs.f1};
-    if (most && f1 <= *most) continue;
-    most = f1;
-    best = score;
+    if (!most || f1 > *most) {
+      most = f1;
+      best = below ? score - (score - *below - 1) / 2 : score;
+    }
+    below = score;
   }
   return best;
 }

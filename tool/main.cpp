@@ -11,10 +11,10 @@ namespace {
 
 using namespace qm::tool;
 
-constexpr AddFunction kCommands[] = {AddInit,   AddGenerate, AddImport, AddMatch,   AddLink,
-                                     AddUnlink, AddReport,   AddExport, AddFind,    AddLog,
-                                     AddShow,   AddSet,      AddLock,   AddUnlock,  AddLocks,
-                                     AddLayout, AddDisplay,  AddEval,   AddCompare, AddSoundex};
+constexpr AddFunction kCommands[] = {
+    AddInit,    AddGenerate, AddImport,  AddMatch,   AddLink,  AddUnlink,  AddReport, AddExport,
+    AddFind,    AddLog,      AddShow,    AddSet,     AddLock,  AddUnlock,  AddLocks,  AddLayout,
+    AddDisplay, AddEval,     AddCompare, AddSoundex, AddRules, AddEvaluate};
 
 int Run(int argc, char** argv) {
   Tool tool;

@@ -105,7 +105,7 @@ struct MatchEvaluation {
   std::int64_t not_blocked = 0;  ///< of these, whose patient is no candidate: no cut-off helps
   std::int32_t cutoff = 0;       ///< the kept one
   /// The cut-off of the greatest F1 of the best candidates; of equal ones that of the greatest F1
-  /// of pairs, then the lowest.
+  /// of pairs, then the lowest; within a gap between two scores its middle.
   std::int32_t best = 0;
   std::vector<CutoffAccuracy> cutoffs;  ///< ascending; `cutoff` and `best` are among them
 };
