@@ -269,7 +269,8 @@ class Trials {
     if (rule.not_values && rule.not_values->find("''") != std::string::npos) return;
     std::string many;
     try {
-      many = std::to_string(Count("Patients WHERE " + rule.patient_field + " = ''")) + " ";
+      const auto count = Count("Patients WHERE " + rule.patient_field + " = ''");
+      if (count > 0) many = std::to_string(count) + " ";
     } catch (const Error&) {
       // The column is not there, which another finding tells.
     }
