@@ -33,6 +33,13 @@ std::shared_ptr<Recordset> OpenForward(const std::string& query) {
   return rows;
 }
 
+// While a stream is open, every read of the connection shows what the registry held when it was
+// opened. This one stays open, whatever its reader has in advance, since it has rows to spare.
+std::shared_ptr<Recordset> HoldState(const RecordFamily& family) {
+  return OpenForward("SELECT " + std::string(family.key) + " FROM " + std::string(family.table) +
+                     " UNION ALL SELECT NULL UNION ALL SELECT NULL UNION ALL SELECT NULL");
+}
+
 std::int64_t CountRows(const RecordFamily& family) {
   const auto row = OpenForward("SELECT count(*) FROM " + std::string(family.table));
   const std::int64_t count = ToInt32(row->Value(0));
@@ -134,6 +141,7 @@ struct Exporter::State {
     if (!layouts) layouts.emplace(options.version);
     ImportLayout& layout = layouts->Newest();
     layout.Layout();
+    const auto held = HoldState(*kind.family);
     ExportSummary summary;
     const std::int64_t total =
         ids.empty() ? CountRows(*kind.family) : static_cast<std::int64_t>(ids.size());
@@ -153,7 +161,6 @@ struct Exporter::State {
     return summary;
   }
 
-  // While the stream of the keys is open, every record is read from the state it saw.
   template <typename Write>
   static void WriteAll(const RecordFamily& family, const Write& write) {
     const std::string key(family.key);

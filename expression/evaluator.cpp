@@ -17,7 +17,7 @@ namespace {
 // Bytes of text and elements that the values of one evaluation may hold together, and the same for
 // all values that it makes one after the other.
 constexpr std::size_t kMostHeld = 4 * kLongestText;
-constexpr std::size_t kMostMade = 64 * kLongestText;
+constexpr std::size_t kMostMade = 16 * kLongestText;
 
 // What an evaluation has used, with all evaluations within it.
 struct Usage {
@@ -58,7 +58,7 @@ class Machine final : public Evaluation {
   // Each level of evaluations takes the room of some levels of nesting.
   Variant Eval(const std::string& expression) override {
     constexpr int kLevels = 12;
-    constexpr std::size_t kCost = 1024;
+    constexpr std::size_t kCost = 4096;
     usage_.Make(kCost + expression.size() * sizeof(Instruction));
     usage_.depth += kLevels;
     const Program program = Parse(expression, usage_.depth);

@@ -66,7 +66,7 @@ inline constexpr std::size_t kLongestText = std::size_t{16} << 20U;
 void CheckTextLength(double bytes);
 
 /// The most elements that an array can have; more is error 7.
-inline constexpr std::size_t kMostElements = std::size_t{1} << 20U;
+inline constexpr std::size_t kMostElements = std::size_t{1} << 18U;
 inline constexpr std::int32_t kErrOutOfMemory = 7;
 
 /// What stands for an argument left out between commas. It passes as an array, so that a function

@@ -108,7 +108,7 @@ void Try(Trial& trial, Group group, const Recordset& record) {
     const std::string value = EvaluateMatchField(expression, record, ValueText::kEscaped);
     if (!blocking) CountValue(trial, group, value);
     // The first made-up record is the empty one.
-    if (group == kProbes && tally.records == 1) trial.blocks_empty = value == "''";
+    if (group == kProbes && tally.records == 1) trial.blocks_empty = blocking && value == "''";
   } catch (const Error& error) {
     ++tally.failed;
     if (trial.failure.empty()) {
@@ -269,7 +269,8 @@ class Trials {
     if (rule.not_values && rule.not_values->find("''") != std::string::npos) return;
     std::string many;
     try {
-      many = std::to_string(Count("Patients WHERE " + rule.patient_field + " = ''")) + " ";
+      const auto count = Count("Patients WHERE " + rule.patient_field + " = ''");
+      if (count > 0) many = std::to_string(count) + " ";
     } catch (const Error&) {
       // The column is not there, which another finding tells.
     }

@@ -7,6 +7,7 @@
 #include <qm/data_sets.h>
 #include <qm/error.h>
 
+#include "datasets/new_record.h"
 #include "matching/candidate_search.h"
 #include "matching/match_scorer.h"
 #include "matching/matching_state.h"
@@ -22,7 +23,6 @@ namespace qm {
 
 namespace {
 
-constexpr std::int32_t kPermissionDenied = 70;
 constexpr const char* kSource = "QMObjects.Linker";
 
 const std::shared_ptr<Connection>& Registry() { return CurrentSession().gcnRegistry.Get(); }
@@ -82,12 +82,6 @@ void RequireTumor(std::int32_t tumor_id, std::int32_t patient_id) {
   if (IdOf(tumor->Value("PatientID")) != patient_id) {
     Refuse(kErrNoCurrentRecord,
            Named(kTumorFamily, tumor_id) + " is not of " + Named(kPatientFamily, patient_id));
-  }
-}
-
-void RequireUnlocked(LockedRecord kind, const RecordFamily& family, std::int32_t id) {
-  if (const auto holder = LockHolder(kind, id)) {
-    Refuse(kPermissionDenied, Named(family, id) + " is locked by " + *holder);
   }
 }
 
@@ -188,11 +182,11 @@ LinkResult Linker::State::Link(std::int32_t abstract_id, const Target& target,
                        ReadLink(abstract_id), target.patient_id, target.tumor_id)) {
     return *existing;
   }
-  RequireUnlocked(LockedRecord::kAbstract, kAbstractFamily, abstract_id);
+  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kSource);
   if (target.patient_id) {
     RequirePatient(*target.patient_id);
     if (target.tumor_id) RequireTumor(*target.tumor_id, *target.patient_id);
-    RequireUnlocked(LockedRecord::kCase, kPatientFamily, *target.patient_id);
+    RequireUnlocked(LockedRecord::kCase, *target.patient_id, kSource);
   }
   const std::optional<std::int16_t> score =
       target.patient_id ? PairScore(abstract_id, *target.patient_id) : std::nullopt;
@@ -212,12 +206,6 @@ LinkResult Linker::State::Link(std::int32_t abstract_id, const Target& target,
 }
 
 void Linker::State::MakeRecords(LinkRow& link, const Target& target) {
-  // Through the first recordset alone: what else the abstract holds stays as it is.
-  const auto set = [](Abstract& abstract, const char* column, std::int32_t id) {
-    const auto row = abstract.Recordset(1);
-    row->SetValue(column, id);
-    row->Update();
-  };
   Abstract abstract = data_sets.GetAbstract(link.abstract_id);
   link.new_patient = !target.patient_id;
   if (link.new_patient) {
@@ -225,7 +213,7 @@ void Linker::State::MakeRecords(LinkRow& link, const Target& target) {
     link.patient_id = ToInt32(patient.Recordset(1)->Value("PatientID"));
   } else {
     link.patient_id = *target.patient_id;
-    set(abstract, "PatientID", link.patient_id);
+    SetLink(abstract, "PatientID", link.patient_id);
   }
   link.new_tumor = !target.tumor_id;
   if (link.new_tumor) {
@@ -233,7 +221,7 @@ void Linker::State::MakeRecords(LinkRow& link, const Target& target) {
     link.tumor_id = ToInt32(tumor.Recordset(1)->Value("MedRefID"));
   } else {
     link.tumor_id = *target.tumor_id;
-    set(abstract, "MedRefID", link.tumor_id);
+    SetLink(abstract, "MedRefID", link.tumor_id);
   }
   if (link.new_patient) link.patient_digest = RowsDigest(kPatientFamily, Layout(), link.patient_id);
   if (link.new_tumor) link.tumor_digest = RowsDigest(kTumorFamily, Layout(), link.tumor_id);
@@ -351,8 +339,8 @@ void Linker::Unlink(std::int32_t abstract_id, bool discard_changes) {
     Refuse(kErrNoCurrentRecord,
            name + (elsewhere ? " was linked by another application" : " is not linked"));
   }
-  RequireUnlocked(LockedRecord::kAbstract, kAbstractFamily, abstract_id);
-  RequireUnlocked(LockedRecord::kCase, kPatientFamily, link->patient_id);
+  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kSource);
+  RequireUnlocked(LockedRecord::kCase, link->patient_id, kSource);
 
   // An identifier that another application set stays.
   const auto restore = [&](const char* column, std::int32_t linked, const Variant& former) {

@@ -3,6 +3,7 @@
 #include <qm/conversions.h>
 #include <qm/data_sets.h>
 #include <qm/error.h>
+#include <qm/linker.h>
 #include <qm/matcher.h>
 #include <qm/qm_connection.h>
 
@@ -10,6 +11,7 @@
 #include <ctime>
 #include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -18,6 +20,7 @@
 #include "datasets/import_digest.h"
 #include "matching/candidate_search.h"
 #include "matching/matching_state.h"
+#include "review/declined_pairs.h"
 #include "review/report_assets.h"
 #include "review/report_fields.h"
 #include "review/report_json.h"
@@ -114,7 +117,7 @@ class ReportData {
 
   ReportSummary Write() {
     WriteHead();
-    const std::vector<std::int32_t> ids = OpenAbstracts();
+    const std::vector<std::int32_t> ids = Linker().UnlinkedAbstracts();
     std::int64_t done = 0;
     for (const std::int32_t id : ids) {
       if (options_.progress) options_.progress(id, done++, static_cast<std::int64_t>(ids.size()));
@@ -144,35 +147,26 @@ class ReportData {
     Emit(json);
   }
 
-  std::vector<std::int32_t> OpenAbstracts() const {
-    std::vector<std::int32_t> ids;
-    const auto rows = registry_->CreateRecordset();
-    rows->Open(
-        "SELECT AbsRefID FROM Abstracts WHERE PatientID IS NULL OR PatientID <= 0 ORDER BY "
-        "AbsRefID",
-        registry_, kOpenForwardOnly, kLockReadOnly);
-    for (const Recordset& row : rows->Rows()) ids.push_back(ToInt32(row.Value(0)));
-    return ids;
-  }
-
-  // All candidates are counted, those at the cut-off are shown, in the order of their identifiers,
-  // which tells nothing of their scores.
-  std::vector<Candidate> Candidates(const Recordset& abstract) {
+  // All candidates are counted, those at the cut-off that nobody declined are shown, in the order
+  // of their identifiers, which tells nothing of their scores.
+  std::vector<Candidate> Candidates(std::int32_t id, const Recordset& abstract) {
     CandidateOptions search;
     search.escape_quotes = true;
     search.cutoff = std::numeric_limits<std::int16_t>::min();
     search.explain = true;
     std::vector<Candidate> candidates = FindCandidates(matching_, abstract, search);
     for (const Candidate& candidate : candidates) ++histogram_[candidate.match.score];
-    std::erase_if(candidates,
-                  [this](const Candidate& candidate) { return candidate.match.score < cutoff_; });
+    const std::set<std::int32_t> declined = DeclinedPatients(id);
+    std::erase_if(candidates, [&](const Candidate& candidate) {
+      return candidate.match.score < cutoff_ || declined.contains(candidate.match.patient_id);
+    });
     std::ranges::sort(candidates, {}, [](const Candidate& c) { return c.match.patient_id; });
     return candidates;
   }
 
   void WriteAbstract(std::int32_t id) {
     Abstract abstract = data_sets_.GetAbstract(id);
-    const std::vector<Candidate> candidates = Candidates(*abstract.Recordset(1));
+    const std::vector<Candidate> candidates = Candidates(id, *abstract.Recordset(1));
     if (candidates.empty()) {
       ++summary_.unmatched;
       return;

@@ -9,7 +9,6 @@
 #include "tool/databases.h"
 #include "tool/layouts.h"
 #include "tool/record_argument.h"
-#include "tool/terminal.h"
 #include "tool/tool.h"
 
 namespace qm::tool {
@@ -62,10 +61,9 @@ void PrintDisplay(const Arguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
   const auto layout = LoadLayout(tool, data_sets, arguments.version);
   const Display display = data_sets.LoadDisplay(NarrowInt16(*arguments.id));
-  Narrate("display " + std::to_string(*arguments.id) + ": " + display.Name() + "; " +
-          std::to_string(display.Count()) + " fields");
   ResultWriter results(std::cout, tool.settings.format,
-                       {{"Sequence", true},
+                       {{"Display", false},
+                        {"Sequence", true},
                         {"Item", true},
                         {"Name", false},
                         {"Description", false},
@@ -74,7 +72,7 @@ void PrintDisplay(const Arguments& arguments, Tool& tool) {
                         {"Default", false}});
   for (const DisplayField& field : display) {
     const std::int16_t index = IndexOf(*layout, field.FieldNumber());
-    results.Row({std::to_string(field.Sequence()), field.FieldNumber(),
+    results.Row({display.Name(), std::to_string(field.Sequence()), field.FieldNumber(),
                  index < 1 ? "" : layout->FieldName(index),
                  index < 1 ? "" : layout->FieldDescription(index), field.Invisible() ? "yes" : "no",
                  field.Protected() ? "yes" : "no", field.Default()});

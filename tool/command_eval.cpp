@@ -38,7 +38,7 @@ std::string ValueText(const Variant& value) {
   std::string text;
   for (const Variant& element : value.Elements()) {
     if (&element != &value.Elements().front()) text += ',';
-    text += ValueText(element);
+    text += element.IsArray() ? "(" + ValueText(element) + ")" : ValueText(element);
   }
   return text;
 }

@@ -1,6 +1,7 @@
 // qm match: for an abstract, or for all, the registered patients that may be the same person.
 #include <qm/conversions.h>
 #include <qm/error.h>
+#include <qm/evaluation.h>
 #include <qm/matcher.h>
 #include <qm/recordset.h>
 
@@ -8,9 +9,13 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "matching/candidate_search.h"
+#include "review/declined_pairs.h"
 #include "tool/databases.h"
+#include "tool/summary_tables.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 
@@ -23,6 +28,8 @@ struct Arguments {
   bool all = false;
   std::optional<std::int16_t> cutoff;
   bool explain = false;
+  bool summary = false;
+  bool with_declined = false;
 };
 
 std::vector<Column> Columns(bool explain) {
@@ -92,6 +99,10 @@ class MatchCommand {
       return *id == 0 ? "reading the abstracts"
                       : "matching abstract " + std::to_string(*id) + RuleInWork();
     };
+    if (arguments_.summary) {
+      Summarize(registry, matching, *id);
+      return;
+    }
 
     const auto abstracts = registry->CreateRecordset();
     abstracts->Open("SELECT * FROM Abstracts" + Selection(), registry, kOpenForwardOnly,
@@ -101,6 +112,7 @@ class MatchCommand {
       throw Error(kErrNoCurrentRecord, "qm match",
                   "abstract " + std::to_string(*arguments_.abstract) + " does not exist");
     }
+    if (!arguments_.with_declined) declined_ = DeclinedPairs();
     ProgressBar bar("matching");
     const std::int64_t total = CountAbstracts(registry);
     std::int64_t done = 0;
@@ -113,6 +125,22 @@ class MatchCommand {
   }
 
  private:
+  void Summarize(const std::shared_ptr<Connection>& registry,
+                 const std::shared_ptr<Connection>& matching, std::int32_t& id) const {
+    EvaluationOptions options;
+    options.cutoff = arguments_.cutoff;
+    MatchSummary summary;
+    {
+      ProgressBar bar("matching");
+      options.progress = [&](std::int32_t abstract, std::int64_t done, std::int64_t total) {
+        id = abstract;
+        bar.Show(done, total);
+      };
+      summary = SummarizeMatching(registry, matching, options);
+    }
+    WriteSummary(std::cout, tool_.settings.format, summary);
+  }
+
   static std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
 
   std::string Selection() const {
@@ -134,6 +162,7 @@ class MatchCommand {
     options.explain = arguments_.explain;
     int rank = 0;
     for (const Candidate& candidate : FindCandidates(matching, abstract, options)) {
+      if (declined_.contains({id, candidate.match.patient_id})) continue;
       WriteCandidate(
           results_, tool_.settings.format,
           {std::to_string(id), std::to_string(++rank), std::to_string(candidate.match.patient_id),
@@ -147,6 +176,7 @@ class MatchCommand {
   const Arguments& arguments_;
   Tool& tool_;
   ResultWriter results_;
+  std::set<std::pair<std::int32_t, std::int32_t>> declined_;
 };
 
 }  // namespace
@@ -167,8 +197,16 @@ void AddMatch(CLI::App& app, Tool& tool) {
       ->add_option("--cutoff", arguments->cutoff,
                    "least score that is listed; default: the one kept with the rules")
       ->type_name("N");
-  command->add_flag("--explain", arguments->explain,
-                    "for each pair what each rule compared and added");
+  auto* explain = command->add_flag("--explain", arguments->explain,
+                                    "for each pair what each rule compared and added");
+  command
+      ->add_flag("--summary", arguments->summary,
+                 "instead of the pairs: histogram of scores, what each blocking rule brings, links "
+                 "and ties for each cut-off")
+      ->needs(all)
+      ->excludes(explain);
+  command->add_flag("--with-declined", arguments->with_declined,
+                    "also the pairs that a reviewer declined");
   command->callback([arguments, &tool] {
     RequireDatabase(tool.settings, Database::kRegistry);
     if (!arguments->abstract && !arguments->all) {

@@ -12,8 +12,9 @@ namespace {
 using namespace qm::tool;
 
 constexpr AddFunction kCommands[] = {
-    AddInit, AddGenerate, AddImport, AddMatch,  AddExport,  AddFind, AddLog,     AddShow,   AddSet,
-    AddLock, AddUnlock,   AddLocks,  AddLayout, AddDisplay, AddEval, AddCompare, AddSoundex};
+    AddInit,    AddGenerate, AddImport,  AddMatch,   AddLink,  AddUnlink,  AddReport, AddExport,
+    AddFind,    AddLog,      AddShow,    AddSet,     AddLock,  AddUnlock,  AddLocks,  AddLayout,
+    AddDisplay, AddEval,     AddCompare, AddSoundex, AddRules, AddEvaluate};
 
 int Run(int argc, char** argv) {
   Tool tool;

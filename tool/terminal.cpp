@@ -4,6 +4,8 @@
 #include <iostream>
 #include <utility>
 
+#include "runtime/text.h"
+
 #ifdef _WIN32
 #include <io.h>
 #else
@@ -29,6 +31,22 @@ constexpr std::string_view kWipe = "\r\x1b[K";
 
 void Narrate(std::string_view text) {
   if (ErrorIsTerminal()) std::cerr << text << '\n';
+}
+
+bool CanAsk() {
+#ifdef _WIN32
+  return ErrorIsTerminal() && _isatty(0) != 0;
+#else
+  return ErrorIsTerminal() && ::isatty(STDIN_FILENO) == 1;
+#endif
+}
+
+std::string Ask(std::string_view question) {
+  if (!CanAsk()) return {};
+  std::cerr << question << std::flush;
+  std::string line;
+  std::getline(std::cin, line);
+  return std::string(Trim(line));
 }
 
 ProgressBar::ProgressBar(std::string label) : label_(std::move(label)) {}

@@ -11,6 +11,11 @@ namespace qm::tool {
 
 void Narrate(std::string_view text);
 
+/// Whether somebody can be asked: standard input and standard error are a terminal.
+bool CanAsk();
+/// The line that the user types, without blanks around; empty where nobody can be asked.
+std::string Ask(std::string_view question);
+
 /// A bar on one line, redrawn at most ten times a second and wiped at the end.
 class ProgressBar {
  public:

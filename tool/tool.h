@@ -75,18 +75,23 @@ void AddCompare(CLI::App& app, Tool& tool);
 void AddDisplay(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
 void AddExport(CLI::App& app, Tool& tool);
+void AddEvaluate(CLI::App& app, Tool& tool);
 void AddFind(CLI::App& app, Tool& tool);
 void AddGenerate(CLI::App& app, Tool& tool);
 void AddImport(CLI::App& app, Tool& tool);
 void AddInit(CLI::App& app, Tool& tool);
 void AddLayout(CLI::App& app, Tool& tool);
+void AddLink(CLI::App& app, Tool& tool);
 void AddLock(CLI::App& app, Tool& tool);
 void AddLocks(CLI::App& app, Tool& tool);
 void AddLog(CLI::App& app, Tool& tool);
 void AddMatch(CLI::App& app, Tool& tool);
+void AddReport(CLI::App& app, Tool& tool);
+void AddRules(CLI::App& app, Tool& tool);
 void AddSet(CLI::App& app, Tool& tool);
 void AddShow(CLI::App& app, Tool& tool);
 void AddSoundex(CLI::App& app, Tool& tool);
+void AddUnlink(CLI::App& app, Tool& tool);
 void AddUnlock(CLI::App& app, Tool& tool);
 
 }  // namespace qm::tool

@@ -99,20 +99,20 @@ struct CutoffAccuracy {
   Accuracy pairs;  ///< all candidates
 };
 
-struct Evaluation {
+struct MatchEvaluation {
   std::int64_t abstracts = 0;    ///< those that the truth names
   std::int64_t registered = 0;   ///< whose person is registered
   std::int64_t not_blocked = 0;  ///< of these, whose patient is no candidate: no cut-off helps
   std::int32_t cutoff = 0;       ///< the kept one
   /// The cut-off of the greatest F1 of the best candidates; of equal ones that of the greatest F1
-  /// of pairs, then the lowest.
+  /// of pairs, then the lowest; within a gap between two scores its middle.
   std::int32_t best = 0;
   std::vector<CutoffAccuracy> cutoffs;  ///< ascending; `cutoff` and `best` are among them
 };
 
 /// An abstract that the truth names and the registry lacks is 3021; others are left out.
-QM_API Evaluation EvaluateMatching(const std::shared_ptr<Connection>& registry,
-                                   const std::shared_ptr<Connection>& matching, const Truth& truth,
-                                   const EvaluationOptions& options = {});
+QM_API MatchEvaluation EvaluateMatching(const std::shared_ptr<Connection>& registry,
+                                        const std::shared_ptr<Connection>& matching,
+                                        const Truth& truth, const EvaluationOptions& options = {});
 
 }  // namespace qm

@@ -3,7 +3,9 @@
 const element = (id) => document.getElementById(id);
 const places = report.abstracts.flatMap((abstract, a) => abstract.pairs.map((_, p) => ({a, p})));
 
-const page = {at: 0, undecidedOnly: false, scores: false};  // `at` counts in `places`
+// `at` counts in `places`; `stays` while the last decision keeps its pair in view; `kept` while the
+// browser keeps decisions.
+const page = {at: 0, undecidedOnly: false, scores: false, stays: false, kept: true};
 
 const here = () => places[page.at];
 const abstractHere = () => report.abstracts[here().a];
@@ -20,6 +22,7 @@ function say(text) {
 }
 
 function warnUnless(kept) {
+  page.kept = kept;
   element("warning").hidden = kept;
   element("warning").textContent =
     kept ? "" : "This browser does not keep decisions: save them before you leave the page.";
@@ -85,9 +88,11 @@ function showOrigin(abstract) {
 
 function show() {
   showList();
-  const nothing = places.length === 0 || (page.undecidedOnly && !places.some(stillOpen) &&
-    review.history.at(-1)?.abstract !== abstractHere().id);
+  const nothing = places.length === 0 ||
+    (page.undecidedOnly && !page.stays && !places.some(stillOpen));
   element("nothing").hidden = !nothing;
+  element("nothing").textContent = places.length === 0 ? "No pair is to be reviewed."
+    : "Everything is decided. Save the decisions, or show the decided ones again.";
   element("candidates").hidden = nothing;
   document.querySelector(".heading").hidden = nothing;
   document.querySelector(".comparison").hidden = nothing;
@@ -117,6 +122,7 @@ function show() {
 
 function goTo(at) {
   page.at = at;
+  page.stays = false;
   show();
   document.querySelector("main").scrollTop = 0;
   rows[here().a].item.scrollIntoView({block: "nearest"});
@@ -138,6 +144,7 @@ function walk(direction, wanted = () => true) {
       return;
     }
   }
+  page.stays = false;
   show();
   say(page.undecidedOnly ? "No other pair is undecided."
     : direction > 0 ? "This is the last pair." : "This is the first pair.");
@@ -148,13 +155,19 @@ function take(what) {
   warnUnless(decide(abstract, pair, what));
   if (what !== "no") walk(1, ({a}) => a !== from.a);
   else if (!isDecided(abstract)) walk(1);
-  else show();
+  else stay();
   say(`${abstract.id}: ` + {
     same: `same person as patient ${pair.patient}.`,
     no: `not patient ${pair.patient}.` + (answerOf(abstract).choice === null && isDecided(abstract)
       ? " None is left: w for a new patient, j goes on." : ""),
     new: "new patient.",
-  }[what]);
+  }[what] + (report.abstracts.every(isDecided) ? " Everything is decided." : ""));
+}
+
+// A pair declined as the last of its abstract stays, since the abstract may need a new patient.
+function stay() {
+  page.stays = true;
+  show();
 }
 
 function takeBack() {
@@ -239,6 +252,9 @@ function start() {
     review.history = [];
     element("reviewer").value = review.reviewer;
     show();
+  });
+  window.addEventListener("beforeunload", (event) => {
+    if (!page.kept && Object.keys(review.answers).length > 0) event.preventDefault();
   });
   window.addEventListener("beforeprint", () => fillPaper(element("paper"), page.scores));
   window.addEventListener("afterprint", () => element("paper").replaceChildren());

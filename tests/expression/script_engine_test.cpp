@@ -99,6 +99,48 @@ TEST(ScriptEngine, TextsAreBoundedHoweverTheyAreMade) {
       "14 Out of string space");
 }
 
+TEST(ScriptEngine, ArraysAndWhatIsMadeInAllAreBounded) {
+  const ScriptEngine engine;
+  const struct {
+    std::string expression;
+    const char* outcome;
+  } cases[] = {
+      {"UBound(Split(Space(262143)))", "262143"},
+      {"UBound(Split(Space(262144)))", "7 Out of memory"},
+      {"Array(Array(" + Repeated("Space(16000000),", 3) + "1)," + Repeated("Space(16000000),", 2) +
+           "1)",
+       "14 Out of string space"},
+      {"Len(Join(Split(Space(99999)), Space(999)))", "14 Out of string space"},
+      {Repeated("Asc(Space(16000000))+", 20) + "1", "7 Out of memory"},
+      // In a time that is the product of the lengths these would run for hours.
+      {"InStr(String(1000000,\"a\"), String(500000,\"a\") & \"b\")", "0"},
+      {"InStrRev(String(1000000,\"a\"), \"b\" & String(500000,\"a\"))", "0"},
+      {"UBound(Split(String(1000000,\"a\"), String(500000,\"a\") & \"b\"))", "0"},
+  };
+  for (const auto& [expression, outcome] : cases) {
+    EXPECT_EQ(Outcome(engine, expression), outcome) << expression.substr(0, 60);
+  }
+}
+
+TEST(ScriptEngine, EvaluationsWithinEvaluationsAreBounded) {
+  const ScriptEngine engine;
+  // A text that makes itself anew and evaluates that.
+  const std::string text = "Eval(Replace(Unescape(\"~\"),Chr(126),Escape(Unescape(\"~\"))))";
+  std::string literal;
+  for (const char c : text) literal += c == '"' ? "\"\"" : std::string(1, c);
+  literal = "\"" + literal + "\"";
+  EXPECT_EQ(Outcome(engine, "Eval(Replace(" + literal + ",Chr(126),Escape(" + literal + ")))"),
+            "28 Out of stack space");
+  const std::string nested = "\"" + Repeated("Array(", 300) + Repeated(")", 300) + "\"";
+  EXPECT_EQ(Outcome(engine, "UBound(Eval(" + nested + "))"), "0");
+  EXPECT_EQ(Outcome(engine, Repeated("Array(", 310) + "Eval(" + nested + ")" + Repeated(")", 310)),
+            "28 Out of stack space");
+  EXPECT_EQ(Outcome(engine, "Eval(String(500,\"(\") & 1 & String(500,\")\"))"), "1");
+  EXPECT_EQ(Outcome(engine, "Eval(String(595,\"(\") & 1 & String(595,\")\"))"),
+            "28 Out of stack space");
+  EXPECT_EQ(Outcome(engine, Repeated("Eval(Space(900000))&", 20) + "1"), "7 Out of memory");
+}
+
 TEST(Program, IsReadOnceAndRunWithOtherObjects) {
   const Program program = Parse("Twice(3) & Answer");
   ScriptObjects objects;

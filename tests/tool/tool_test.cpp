@@ -54,6 +54,7 @@ TEST(Tool, WithoutADatabase) {
        ""},
       {{"eval", "Functions.Soundex(<<x>>)", "x=ROBERT"}, 0, "String\tR163\n", ""},
       {{"eval", "Null"}, 0, "Null\tNull\n", ""},
+      {{"eval", "Array(1, Array(2, Null), #1/2/2020#)"}, 0, "Variant()\t1,(2,Null),1/2/2020\n", ""},
       {{"eval", "1 +"}, 1, "", "qm: error 1002 "},
       {{"eval", "1 \\ 0"}, 1, "", "error 11 (QMDataObjects2): Division by zero"},
       {{"eval", "<<age>>", "x=1"},

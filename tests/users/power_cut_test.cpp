@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <qm/error.h>
 #include <signal.h>
-#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,31 +9,11 @@
 #include <filesystem>
 #include <set>
 
+#include "support/power_cut.h"
 #include "support/small_registry.h"
 
 namespace qm::test {
 namespace {
-
-// The engine tells when a statement of the registry begins and when it has ended; at the n-th such
-// moment the process kills itself. The moments of the control database do not count.
-int moments_left = 0;
-
-int AtMoment(unsigned, void* registry, void*, void*) {
-  if (registry != nullptr && moments_left-- == 0) kill(getpid(), SIGKILL);
-  return 0;
-}
-
-int WatchConnection(sqlite3* db, char**, const void*) {
-  const std::string file = sqlite3_db_filename(db, "main");
-  const bool is_registry = file.ends_with("registry.db");
-  return sqlite3_trace_v2(db, SQLITE_TRACE_STMT | SQLITE_TRACE_PROFILE, &AtMoment,
-                          is_registry ? db : nullptr);
-}
-
-void DieAtMoment(int moment) {
-  moments_left = moment;
-  sqlite3_auto_extension(reinterpret_cast<void (*)()>(&WatchConnection));
-}
 
 struct SessionOf {
   SessionOf(const std::string& control, const std::string& registry) {

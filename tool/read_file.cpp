@@ -1,0 +1,35 @@
+#include "tool/read_file.h"
+
+#include <qm/error.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+namespace qm::tool {
+
+namespace {
+
+constexpr std::int32_t kFileNotFound = 53;
+constexpr std::int32_t kFileAccess = 75;
+
+std::string Rest(std::istream& in) {
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+}  // namespace
+
+std::string ReadFile(const std::string& path) {
+  if (path == "-") return Rest(std::cin);
+  if (!std::filesystem::exists(path)) {
+    throw Error(kFileNotFound, "qm", "there is no file " + path);
+  }
+  std::ifstream in(path, std::ios::binary);
+  if (std::filesystem::is_directory(path) || !in) {
+    throw Error(kFileAccess, "qm", "cannot read " + path);
+  }
+  return Rest(in);
+}
+
+}  // namespace qm::tool
