@@ -46,10 +46,9 @@ void RecordsetImpl::LockRow() {
   bool unchanged = false;
   try {
     Row now;
-    unchanged =
-        open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin), now,
-                                           true) &&
-        now.size() == row_.size();
+    unchanged = open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin),
+                                                   now, true) &&
+                now.size() == row_.size();
     for (std::size_t i = 0; unchanged && i < shape_.columns.size(); ++i) {
       unchanged = shape_.columns[i].origin.empty() || SameStored(now[i], row_[i]);
     }

@@ -140,8 +140,8 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
     const bool by_identity = cursor_location_ == kUseServer &&
                              (cursor_type_ == kOpenKeyset || cursor_type_ == kOpenDynamic);
     const bool stream = cursor_location_ != kUseClient && cursor_type_ == kOpenForwardOnly;
-    return RunStatement(connection, session.Prepare(source_, by_identity || lock_type_ != kLockReadOnly,
-                                                    stream));
+    return RunStatement(
+        connection, session.Prepare(source_, by_identity || lock_type_ != kLockReadOnly, stream));
   }
   if (options_ == kCommandTableDirect && max_records_ == 0) {
     RowShape shape = session.TableShape(source_);

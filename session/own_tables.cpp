@@ -21,7 +21,8 @@ constexpr OwnTable kOwnTables[] = {
     // Who changed what; the key ascends in the order of the changes.
     {"QMAudit",
      "CREATE TABLE QMAudit (AuditKey VARCHAR(64) PRIMARY KEY, ChangedAt VARCHAR(40),"
-     " ChangedBy VARCHAR(120), Action VARCHAR(40), RecordKind VARCHAR(40), RecordID INTEGER, Detail TEXT, SourceFile TEXT)"},
+     " ChangedBy VARCHAR(120), Action VARCHAR(40), RecordKind VARCHAR(40), RecordID INTEGER, "
+     "Detail TEXT, SourceFile TEXT)"},
     // What linking an abstract made, and what it found, so that it can be undone; the digests tell
     // whether the records made were changed since.
     {"QMLinks",

@@ -28,10 +28,12 @@ void AppendFieldTable(std::vector<std::string>& statements, const ShippedLayout&
                       const std::string& table) {
   statements.push_back(
       "CREATE TABLE " + table +
-      " (NAACCR_Item_No INTEGER PRIMARY KEY, FieldName VARCHAR(64), Description VARCHAR(200), Prompting VARCHAR(8),"
+      " (NAACCR_Item_No INTEGER PRIMARY KEY, FieldName VARCHAR(64), Description VARCHAR(200), "
+      "Prompting VARCHAR(8),"
       " ColumnStart INTEGER, FieldLength INTEGER, Justification VARCHAR(8), vlmAbsTable INTEGER,"
       " PatTable INTEGER, MedTable INTEGER, vlmAbsGrid INTEGER, patGrid INTEGER, medGrid INTEGER,"
-      " Protected INTEGER, UnknownValues VARCHAR(64), PromptingValue VARCHAR(64), CTL_Array_vlm INTEGER,"
+      " Protected INTEGER, UnknownValues VARCHAR(64), PromptingValue VARCHAR(64), CTL_Array_vlm "
+      "INTEGER,"
       " CTL_Array_ts INTEGER)");
   for (const ShippedItem& item : layout.items) {
     std::string row = "INSERT INTO " + table + " VALUES (" + std::to_string(item.number) + ", ";
@@ -56,7 +58,8 @@ void AppendFieldTable(std::vector<std::string>& statements, const ShippedLayout&
 
 std::vector<std::string> ControlTables(const std::vector<ShippedLayout>& layouts) {
   std::vector<std::string> statements = {
-      "CREATE TABLE NAACCRParameters (NAACCRVersion INTEGER PRIMARY KEY, ControlTableName VARCHAR(64),"
+      "CREATE TABLE NAACCRParameters (NAACCRVersion INTEGER PRIMARY KEY, ControlTableName "
+      "VARCHAR(64),"
       " NAACCRDATAEXCHG VARCHAR(64), NAACCRGLOBALVALUES VARCHAR(200), NAACCRMetaFile VARCHAR(64))",
       "CREATE TABLE [NAACCR Versions] (VersionID VARCHAR(16) PRIMARY KEY, LenAbstract INTEGER,"
       " LenIncidence INTEGER, LenConfidential INTEGER, ColVersionID INTEGER, ColRecType INTEGER,"

@@ -23,15 +23,18 @@ struct FamilyTable {
 };
 
 constexpr std::string_view kAdministration =
-    "DateCreated VARCHAR(40), DateEdited VARCHAR(40), Remarks TEXT, Status1 VARCHAR(40), StatusDate1 VARCHAR(40), "
-    "Status2 VARCHAR(40), StatusDate2 VARCHAR(40), Status3 VARCHAR(40), StatusDate3 VARCHAR(40), Project1 VARCHAR(40), "
+    "DateCreated VARCHAR(40), DateEdited VARCHAR(40), Remarks TEXT, Status1 VARCHAR(40), "
+    "StatusDate1 VARCHAR(40), "
+    "Status2 VARCHAR(40), StatusDate2 VARCHAR(40), Status3 VARCHAR(40), StatusDate3 VARCHAR(40), "
+    "Project1 VARCHAR(40), "
     "Project2 VARCHAR(40), Project3 VARCHAR(40), Project4 VARCHAR(40), Project5 VARCHAR(40)";
 
 const std::array kFamilyTables = {
     FamilyTable{
         "Abstracts", &ShippedItem::abstract_table, 1,
         "AbsRefID INTEGER PRIMARY KEY, PatientID INTEGER, MedRefID INTEGER, NameX VARCHAR(120), "
-        "EditorInit VARCHAR(40), DateOffloaded VARCHAR(40), Completed VARCHAR(40), HeldFor1 VARCHAR(40), HeldFor2 VARCHAR(40), "
+        "EditorInit VARCHAR(40), DateOffloaded VARCHAR(40), Completed VARCHAR(40), HeldFor1 "
+        "VARCHAR(40), HeldFor2 VARCHAR(40), "
         "HeldFor3 VARCHAR(40), AbstractLockedBy VARCHAR(40), AbstractLockedT VARCHAR(40), "},
     FamilyTable{"Abstracts_2", &ShippedItem::abstract_table, 2, "AbsRefID INTEGER PRIMARY KEY"},
     FamilyTable{"Abstracts_3", &ShippedItem::abstract_table, 4,
@@ -51,7 +54,8 @@ const std::array kFamilyTables = {
 constexpr std::array kOtherTables = {
     "CREATE TABLE BaseIDs (BaseIDName VARCHAR(64) PRIMARY KEY, BaseID INTEGER)",
     "CREATE TABLE USERS (USERID VARCHAR(64) PRIMARY KEY, NAME VARCHAR(120))",
-    "CREATE TABLE LOCKMANAGER (TABLENAME VARCHAR(64) PRIMARY KEY, LOCKSTATUS VARCHAR(8), USERID VARCHAR(64))",
+    "CREATE TABLE LOCKMANAGER (TABLENAME VARCHAR(64) PRIMARY KEY, LOCKSTATUS VARCHAR(8), USERID "
+    "VARCHAR(64))",
     "CREATE TABLE CRITICALFIELDS (NAACCR_Item_No INTEGER, projectID INTEGER,"
     " PRIMARY KEY (NAACCR_Item_No, projectID))",
     "CREATE TABLE Display (DisplayID INTEGER PRIMARY KEY, Name VARCHAR(120))",

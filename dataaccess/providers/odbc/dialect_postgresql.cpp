@@ -16,7 +16,8 @@ constexpr int kUseDeclareFetch = 65539;
 class Postgres : public OdbcDialect {
  public:
   std::string_view DriverOptions() const override {
-    // A refused statement undoes itself, not the transaction; long texts come whole; line ends stay.
+    // A refused statement undoes itself, not the transaction; long texts come whole; line ends
+    // stay.
     return "Protocol=7.4-2;UseServerSidePrepare=1;BoolsAsChar=0;TextAsLongVarchar=1;"
            "UnknownsAsLongVarchar=0;MaxVarcharSize=8190;LFConversion=0;KeepaliveTime=30;"
            "KeepaliveInterval=10;";

@@ -111,10 +111,10 @@ std::shared_ptr<const OdbcTableInfo> OdbcCatalog::Table(std::string_view name) {
                                [&](const Name& n) { return n.name == *actual && n.is_view; });
   for (const Row& row : Ask("columns", *actual)) {
     if (Text(row[2]) != *actual) continue;  // "_" in the name stands for any character
-    table->AddColumn({Text(row[3]),
-                      {static_cast<SQLSMALLINT>(Whole(row[4])),
-                       static_cast<SQLULEN>(std::max(Whole(row[6]), 0)),
-                       static_cast<SQLSMALLINT>(Whole(row[8]))}});
+    table->AddColumn(
+        {Text(row[3]),
+         {static_cast<SQLSMALLINT>(Whole(row[4])), static_cast<SQLULEN>(std::max(Whole(row[6]), 0)),
+          static_cast<SQLSMALLINT>(Whole(row[8]))}});
   }
   if (!table->is_view) {
     std::vector<Row> keys = Ask("keys", *actual);

@@ -2,8 +2,9 @@
 // catalog tells them. A table is asked for once; names are found without regard to case, the exact
 // spelling first.
 //
-// What other sessions change of a table is seen when `Forget` was called: the session does so when a
-// name is not found, after statements that make or drop something, and when a statement is refused.
+// What other sessions change of a table is seen when `Forget` was called: the session does so when
+// a name is not found, after statements that make or drop something, and when a statement is
+// refused.
 #pragma once
 
 #include <map>

@@ -19,21 +19,16 @@ struct OleProvider {
   std::string_view beginning;
   Target target;
 };
-constexpr OleProvider kProviders[] = {{"MSDASQL", Target::kAnyDriver},
-                                      {"SQLOLEDB", Target::kSqlServer},
-                                      {"MSOLEDBSQL", Target::kSqlServer},
-                                      {"SQLNCLI", Target::kSqlServer},
-                                      {"Microsoft.Jet.OLEDB", Target::kAccess},
-                                      {"Microsoft.ACE.OLEDB", Target::kAccess}};
+constexpr OleProvider kProviders[] = {
+    {"MSDASQL", Target::kAnyDriver},          {"SQLOLEDB", Target::kSqlServer},
+    {"MSOLEDBSQL", Target::kSqlServer},       {"SQLNCLI", Target::kSqlServer},
+    {"Microsoft.Jet.OLEDB", Target::kAccess}, {"Microsoft.ACE.OLEDB", Target::kAccess}};
 
 using Renaming = std::pair<std::string_view, std::string_view>;
 // What OLE DB calls it, and what the drivers do; "" is left out.
-constexpr Renaming kAnyNames[] = {{"Data Source", "DSN"},
-                                  {"Initial Catalog", "DATABASE"},
-                                  {"User ID", "UID"},
-                                  {"Password", "PWD"},
-                                  {"Persist Security Info", ""},
-                                  {"Provider", ""}};
+constexpr Renaming kAnyNames[] = {
+    {"Data Source", "DSN"}, {"Initial Catalog", "DATABASE"}, {"User ID", "UID"},
+    {"Password", "PWD"},    {"Persist Security Info", ""},   {"Provider", ""}};
 constexpr Renaming kSqlServerNames[] = {{"Data Source", "SERVER"},
                                         {"Initial Catalog", "DATABASE"},
                                         {"User ID", "UID"},

@@ -20,8 +20,7 @@ std::string OdbcDialect::DropIndex(std::string_view index, std::string_view) con
 }
 
 std::string OdbcDialect::Same(std::string_view column, bool) const {
-  return "(" + std::string(column) + " = ? OR (" + std::string(column) +
-         " IS NULL AND ? IS NULL))";
+  return "(" + std::string(column) + " = ? OR (" + std::string(column) + " IS NULL AND ? IS NULL))";
 }
 
 std::string OdbcDialect::Limit(std::string_view select, int count) const {

@@ -1,5 +1,5 @@
-// OdbcDialect: all that one engine does in its own way. One file an engine; whatever engine has none
-// is served by the standard's way of doing it.
+// OdbcDialect: all that one engine does in its own way. One file an engine; whatever engine has
+// none is served by the standard's way of doing it.
 //
 // A dialect decides about words only. It holds no connection and is the same for all sessions.
 #pragma once
@@ -54,9 +54,7 @@ class OdbcDialect {
   virtual std::string_view LockClause() const { return ""; }
   virtual std::string_view LockHint() const { return ""; }
   /// How texts of that column are ordered byte for byte, where that is not their own order.
-  virtual std::string_view OrderTerm(bool descending) const {
-    return descending ? " DESC" : "";
-  }
+  virtual std::string_view OrderTerm(bool descending) const { return descending ? " DESC" : ""; }
   /// The statement with at most so many rows; `select` begins with "SELECT ".
   virtual std::string Limit(std::string_view select, int count) const;
   /// What stands behind an insert or update so that it gives columns back; empty when it cannot.

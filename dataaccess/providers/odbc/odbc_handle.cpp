@@ -22,8 +22,8 @@ constexpr StateNumber kStates[] = {
     {"40P01", kErrEngineBusy},   // deadlock
     {"40001", kErrEngineBusy},   // deadlock, serialization
     {"42P01", kErrNoSuchTable},  // undefined table
-    {"42S02", kErrNoSuchTable},  {"23", kErrIntegrity}, {"42", kErrStatement},
-    {"22", kErrStatement},       {"21", kErrStatement}, {"07", kErrStatement},
+    {"42S02", kErrNoSuchTable}, {"23", kErrIntegrity}, {"42", kErrStatement},
+    {"22", kErrStatement},      {"21", kErrStatement}, {"07", kErrStatement},
     {"25006", kErrStatement},  // a read-only connection
 };
 
@@ -39,9 +39,13 @@ constexpr NativeNumber kNativeNumbers[] = {
 
 constexpr std::array kLostStates = {"08", "57P01", "57P02", "57P03", "HYT01"};
 constexpr std::array kLostNatives = {2002, 2006, 2013, 4031, 1927};
-constexpr std::array kLostTexts = {"server closed the connection", "no connection to the server",
-                                   "onnection is closed", "not connected", "terminating connection",
-                                   "Communication link failure", "Could not send"};
+constexpr std::array kLostTexts = {"server closed the connection",
+                                   "no connection to the server",
+                                   "onnection is closed",
+                                   "not connected",
+                                   "terminating connection",
+                                   "Communication link failure",
+                                   "Could not send"};
 
 std::string WithoutComponents(std::string text) {
   while (text.starts_with('[')) {
@@ -81,15 +85,14 @@ OdbcDiagnostic DiagnosticOf(SQLSMALLINT type, SQLHANDLE handle) {
   SQLINTEGER native = 0;
   SQLSMALLINT length = 0;
   OdbcDiagnostic diagnostic{"HY000", 0, "The driver tells nothing of the failure"};
-  const SQLRETURN code =
-      SQLGetDiagRecW(type, handle, 1, state.data(), &native, text.data(),
-                     static_cast<SQLSMALLINT>(text.size()), &length);
+  const SQLRETURN code = SQLGetDiagRecW(type, handle, 1, state.data(), &native, text.data(),
+                                        static_cast<SQLSMALLINT>(text.size()), &length);
   if (!SQL_SUCCEEDED(code)) return diagnostic;
   const auto wide = [](const SQLWCHAR* units, std::size_t count) {
     return Utf8({reinterpret_cast<const char16_t*>(units), count});
   };
-  const auto shown = std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)),
-                              text.size() - 1);
+  const auto shown =
+      std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)), text.size() - 1);
   diagnostic.state = wide(state.data(), 5);
   diagnostic.native = static_cast<int>(native);
   diagnostic.text = WithoutComponents(wide(text.data(), shown));

@@ -71,8 +71,7 @@ std::unique_ptr<ProviderSession> OdbcSession::Open(const ParsedConnectionString&
   return std::make_unique<OdbcSession>(connection, settings);
 }
 
-OdbcSession::OdbcSession(const ParsedConnectionString& connection,
-                         const SessionSettings& settings)
+OdbcSession::OdbcSession(const ParsedConnectionString& connection, const SessionSettings& settings)
     : environment_(SQL_HANDLE_ENV, SQL_HANDLE_ENV, SQL_NULL_HANDLE) {
   if (settings.mode == qmModeShareExclusive) {
     RaiseData(kErrNotSupported, "a server's database cannot be opened for one user alone");
@@ -143,13 +142,13 @@ void OdbcSession::Connect(const std::string& text, const SessionSettings& settin
 std::string OdbcSession::Info(SQLUSMALLINT type) const {
   std::array<SQLWCHAR, 256> text{};
   SQLSMALLINT bytes = 0;
-  if (!SQL_SUCCEEDED(SQLGetInfoW(handle(), type, text.data(),
-                                 static_cast<SQLSMALLINT>(sizeof text), &bytes))) {
+  if (!SQL_SUCCEEDED(SQLGetInfoW(handle(), type, text.data(), static_cast<SQLSMALLINT>(sizeof text),
+                                 &bytes))) {
     return {};
   }
-  const auto units = std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) /
-                                  sizeof(SQLWCHAR),
-                              text.size() - 1);
+  const auto units =
+      std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) / sizeof(SQLWCHAR),
+               text.size() - 1);
   return Utf8({reinterpret_cast<const char16_t*>(text.data()), units});
 }
 
@@ -159,10 +158,9 @@ std::vector<std::string> OdbcSession::InstalledDrivers() const {
   std::array<SQLWCHAR, 2048> attributes{};
   SQLSMALLINT length = 0;
   SQLSMALLINT ignored = 0;
-  for (SQLUSMALLINT which = SQL_FETCH_FIRST;
-       SQL_SUCCEEDED(SQLDriversW(environment_.get(), which, name.data(),
-                                 static_cast<SQLSMALLINT>(name.size()), &length, attributes.data(),
-                                 static_cast<SQLSMALLINT>(attributes.size()), &ignored));
+  for (SQLUSMALLINT which = SQL_FETCH_FIRST; SQL_SUCCEEDED(SQLDriversW(
+           environment_.get(), which, name.data(), static_cast<SQLSMALLINT>(name.size()), &length,
+           attributes.data(), static_cast<SQLSMALLINT>(attributes.size()), &ignored));
        which = SQL_FETCH_NEXT) {
     drivers.push_back(Utf8({reinterpret_cast<const char16_t*>(name.data()),
                             static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0))}));
@@ -308,8 +306,7 @@ std::vector<Row> OdbcSession::ReadPage(const RowOrigin& origin, const RowOrder& 
   for (const OrderStretch& stretch : StretchesOf(order.terms, range, key)) {
     const int left = count - static_cast<int>(rows.size());
     if (left <= 0) break;
-    auto statement =
-        Take(dialect_->Limit(table.WithIdentity(stretch.test + order_text), left));
+    auto statement = Take(dialect_->Limit(table.WithIdentity(stretch.test + order_text), left));
     std::size_t term = 0;
     for (const Variant& value : stretch.values) {
       // The values of a stretch are those of the leading terms that are not Null.
@@ -325,8 +322,7 @@ std::vector<Row> OdbcSession::ReadPage(const RowOrigin& origin, const RowOrder& 
 }
 
 std::int64_t OdbcSession::CountRows(const RowOrigin& origin) {
-  auto statement =
-      Take("SELECT count(*) FROM " + dialect_->Quote(TableOf(origin).Info().name));
+  auto statement = Take("SELECT count(*) FROM " + dialect_->Quote(TableOf(origin).Info().name));
   statement->Execute();
   Row row;
   std::int64_t count = 0;
@@ -363,7 +359,8 @@ bool OdbcSession::UpdateRow(const RowOrigin& origin, std::span<Variant> identity
     statement->Bind(identity[i], table.KeyPlace(i));
   }
   for (const ColumnChange& change : changes) {
-    for (int i = 0; i < dialect_->PlacesOfSame(); ++i) statement->Bind(change.fetched, place(change));
+    for (int i = 0; i < dialect_->PlacesOfSame(); ++i)
+      statement->Bind(change.fetched, place(change));
   }
   statement->Execute();
   Row stored;

@@ -2,9 +2,9 @@
 //
 // Connection strings: see odbc_connection_string.h. Rows are identified by the primary key, or by
 // what the driver says tells rows of the table apart. Modes: 1 opens for reading; 12 is refused,
-// since a server's database cannot be held for one connection. A connection that is lost is an error
-// of the statement in work and of every one after it, until the connection is closed and opened
-// anew.
+// since a server's database cannot be held for one connection. A connection that is lost is an
+// error of the statement in work and of every one after it, until the connection is closed and
+// opened anew.
 //
 // A driver may have one reader at a time: whatever it streams is read into memory before the next
 // statement runs.

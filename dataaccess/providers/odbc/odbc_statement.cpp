@@ -178,8 +178,7 @@ void OdbcStatement::Bind(const Variant& given, const OdbcPlace& place) {
     target = SQL_C_SBIGINT;
     if (!typed) type = whole != nullptr ? SQL_INTEGER : SQL_BIGINT;
     data = &parameter.whole;
-  } else if (!value.IsText() &&
-             (!typed || kind == OdbcKind::kReal || kind == OdbcKind::kWhole)) {
+  } else if (!value.IsText() && (!typed || kind == OdbcKind::kReal || kind == OdbcKind::kWhole)) {
     parameter.real = real != nullptr    ? *real
                      : whole != nullptr ? double{static_cast<double>(*whole)}
                                         : static_cast<double>(*large);
@@ -249,9 +248,9 @@ void OdbcStatement::Describe() {
     SQLSMALLINT digits = 0;
     SQLSMALLINT nullable = 0;
     BoundColumn& column = columns_[static_cast<std::size_t>(i)];
-    const SQLRETURN code = SQLDescribeColW(
-        handle_.get(), static_cast<SQLUSMALLINT>(i + 1), name.data(),
-        static_cast<SQLSMALLINT>(name.size()), &length, &type, &column.size, &digits, &nullable);
+    const SQLRETURN code = SQLDescribeColW(handle_.get(), static_cast<SQLUSMALLINT>(i + 1),
+                                           name.data(), static_cast<SQLSMALLINT>(name.size()),
+                                           &length, &type, &column.size, &digits, &nullable);
     if (!SQL_SUCCEEDED(code)) Raise();
     column.name = Utf8({reinterpret_cast<const char16_t*>(name.data()),
                         static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0))});
@@ -266,8 +265,8 @@ void OdbcStatement::BindColumns() {
   bool all_short = true;
   for (BoundColumn& column : columns_) {
     // A driver that gives long values only behind the bound ones gets no bound one behind them.
-    column.bound = !IsLong(column.kind, column.size) &&
-                   (all_short || session_.GivesValuesInAnyOrder());
+    column.bound =
+        !IsLong(column.kind, column.size) && (all_short || session_.GivesValuesInAnyOrder());
     all_short = all_short && column.bound;
     if (!column.bound) continue;
     column.cell = CellSize(column.kind, column.size);
@@ -286,9 +285,9 @@ void OdbcStatement::BindColumns() {
     if (!column.bound) continue;
     column.cells.resize(column.cell * block_);
     column.lengths.resize(block_);
-    const SQLRETURN code = SQLBindCol(handle_.get(), static_cast<SQLUSMALLINT>(i + 1),
-                                      TargetType(column.kind), column.cells.data(),
-                                      static_cast<SQLLEN>(column.cell), column.lengths.data());
+    const SQLRETURN code =
+        SQLBindCol(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), TargetType(column.kind),
+                   column.cells.data(), static_cast<SQLLEN>(column.cell), column.lengths.data());
     if (!SQL_SUCCEEDED(code)) Raise();
   }
 }
@@ -296,13 +295,13 @@ void OdbcStatement::BindColumns() {
 std::string OdbcStatement::BaseColumn(std::size_t column) {
   std::array<SQLWCHAR, 256> name{};
   SQLSMALLINT bytes = 0;
-  const SQLRETURN code = SQLColAttributeW(
-      handle_.get(), static_cast<SQLUSMALLINT>(column + 1), SQL_DESC_BASE_COLUMN_NAME, name.data(),
-      static_cast<SQLSMALLINT>(sizeof name), &bytes, nullptr);
+  const SQLRETURN code = SQLColAttributeW(handle_.get(), static_cast<SQLUSMALLINT>(column + 1),
+                                          SQL_DESC_BASE_COLUMN_NAME, name.data(),
+                                          static_cast<SQLSMALLINT>(sizeof name), &bytes, nullptr);
   if (!SQL_SUCCEEDED(code)) return {};
-  const auto units = std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) /
-                                  sizeof(SQLWCHAR),
-                              name.size() - 1);
+  const auto units =
+      std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) / sizeof(SQLWCHAR),
+               name.size() - 1);
   return Utf8({reinterpret_cast<const char16_t*>(name.data()), units});
 }
 
@@ -350,10 +349,9 @@ Variant OdbcStatement::LongValue(std::size_t column) {
     if (!SQL_SUCCEEDED(code)) Raise();
     if (length == SQL_NULL_DATA) return Variant::Null();
     if (!pieces) return CellValue(kind, piece.data(), static_cast<std::size_t>(length));
-    const bool more = length == SQL_NO_TOTAL ||
-                      static_cast<std::size_t>(length) > piece.size() - closing;
-    bytes.append(piece.data(),
-                 more ? piece.size() - closing : static_cast<std::size_t>(length));
+    const bool more =
+        length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > piece.size() - closing;
+    bytes.append(piece.data(), more ? piece.size() - closing : static_cast<std::size_t>(length));
     if (!more) break;
   }
   return CellValue(kind, bytes.data(), bytes.size());

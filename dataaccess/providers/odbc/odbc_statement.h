@@ -14,8 +14,8 @@
 #include <string_view>
 #include <vector>
 
-#include "dataaccess/provider.h"
 #include "dataaccess/packed_rows.h"
+#include "dataaccess/provider.h"
 #include "dataaccess/providers/odbc/odbc_handle.h"
 
 namespace qm {

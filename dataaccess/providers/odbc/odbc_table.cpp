@@ -61,8 +61,8 @@ std::string OdbcTable::KeyOrder() const {
 std::string OdbcTable::WithIdentity(std::string_view rest, bool lock) const {
   // Some engines take a bare "*" only as the whole list.
   const bool all = Trim(list_) == "*";
-  std::string text = "SELECT " + (all ? reference_ + ".*" : list_) + ", " + KeyList(true) +
-                     " FROM " + from_;
+  std::string text =
+      "SELECT " + (all ? reference_ + ".*" : list_) + ", " + KeyList(true) + " FROM " + from_;
   if (lock) text += dialect_.LockHint();
   text += rest;
   if (lock) text += dialect_.LockClause();

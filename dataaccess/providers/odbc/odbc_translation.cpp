@@ -13,14 +13,14 @@ namespace {
 
 // Words that build a statement, which a bare word of that spelling always is.
 constexpr std::string_view kStructure[] = {
-    "SELECT", "FROM",  "WHERE", "AND",  "OR",   "NOT",   "NULL",   "IS",     "IN",    "LIKE",
-    "ORDER",  "GROUP", "BY",    "ASC",  "DESC", "SET",   "VALUES", "INTO",   "AS",    "UPDATE",
-    "DELETE", "INSERT", "JOIN", "ON",   "LEFT", "INNER", "OUTER",  "UNION",  "ALL",   "LIMIT",
-    "HAVING", "EXISTS", "CASE", "WHEN", "THEN", "ELSE",  "END",    "BETWEEN", "DISTINCT", "TABLE"};
+    "SELECT", "FROM",   "WHERE", "AND",  "OR",   "NOT",   "NULL",   "IS",      "IN",       "LIKE",
+    "ORDER",  "GROUP",  "BY",    "ASC",  "DESC", "SET",   "VALUES", "INTO",    "AS",       "UPDATE",
+    "DELETE", "INSERT", "JOIN",  "ON",   "LEFT", "INNER", "OUTER",  "UNION",   "ALL",      "LIMIT",
+    "HAVING", "EXISTS", "CASE",  "WHEN", "THEN", "ELSE",  "END",    "BETWEEN", "DISTINCT", "TABLE"};
 // What a table's name follows, and what ends a list of tables.
 constexpr std::string_view kBeforeTable[] = {"FROM", "JOIN", "INTO", "UPDATE", "TABLE"};
-constexpr std::string_view kBehindTables[] = {"WHERE", "ORDER", "GROUP", "SET",
-                                              "VALUES", "ON",   "LIMIT", "SELECT", "UNION"};
+constexpr std::string_view kBehindTables[] = {"WHERE", "ORDER", "GROUP",  "SET",  "VALUES",
+                                              "ON",    "LIMIT", "SELECT", "UNION"};
 constexpr std::string_view kColumnless[] = {"PRIMARY", "UNIQUE", "FOREIGN", "CHECK", "CONSTRAINT"};
 
 template <typename Words>
@@ -192,8 +192,8 @@ class Translation {
       if (last == tokens_.size()) return i;
     }
     SqlToken whole = tokens_[i];
-    whole.text = text_.substr(whole.offset,
-                              tokens_[last].offset + tokens_[last].text.size() - whole.offset);
+    whole.text =
+        text_.substr(whole.offset, tokens_[last].offset + tokens_[last].text.size() - whole.offset);
     Replace(whole, dialect_.ColumnType(whole.text));
     return last;
   }
