@@ -82,17 +82,20 @@ constexpr int kPotentialPatientMatch = 60;
 std::vector<std::string> DefaultRules() {
   std::vector<std::string> statements;
   statements.reserve(kBlockingRules.size() + kMatchingRules.size() + 1);
+  int key = 0;
   for (const BlockingRule& rule : kBlockingRules) {
     statements.push_back(
-        "INSERT INTO tblBlockingParameters (AbstractField, PatientField, ignorevalues) VALUES (" +
-        SqlText(rule.abstract_field) + ", " + SqlText(rule.patient_field) + ", " +
+        "INSERT INTO tblBlockingParameters (BlockingID, AbstractField, PatientField, ignorevalues)"
+        " VALUES (" +
+        std::to_string(++key) + ", " + SqlText(rule.abstract_field) + ", " + SqlText(rule.patient_field) + ", " +
         SqlText(rule.ignore_values) + ")");
   }
+  key = 0;
   for (const MatchingRule& rule : kMatchingRules) {
     statements.push_back(
-        "INSERT INTO tblMatchingParameters (FieldName, Weight, MissingValues, ExactMatch,"
-        " StringComparatorParam, AliasName, ignore) VALUES (" +
-        SqlText(rule.field) + ", " + std::to_string(rule.weight) + ", " +
+        "INSERT INTO tblMatchingParameters (MatchingID, FieldName, Weight, MissingValues,"
+        " ExactMatch, StringComparatorParam, AliasName, ignore) VALUES (" +
+        std::to_string(++key) + ", " + SqlText(rule.field) + ", " + std::to_string(rule.weight) + ", " +
         (rule.missing_values.empty() ? "NULL" : SqlText(rule.missing_values)) + ", " +
         (rule.exact ? "1, " : "0, ") + std::to_string(rule.comparator) + ", " +
         SqlText(rule.alias) + ", 0)");
