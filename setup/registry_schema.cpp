@@ -64,9 +64,9 @@ constexpr std::array kOtherTables = {
     " PRIMARY KEY (displayid, NAACCR_Item_no))",
     "CREATE TABLE tblBlockingParameters (BlockingID INTEGER PRIMARY KEY, AbstractField TEXT,"
     " PatientField TEXT, ignorevalues TEXT)",
-    "CREATE TABLE tblMatchingParameters (MatchingID INTEGER PRIMARY KEY, FieldName VARCHAR(120),"
+    "CREATE TABLE tblMatchingParameters (MatchingID INTEGER PRIMARY KEY, FieldName TEXT,"
     " Weight REAL, MissingValues TEXT, ExactMatch INTEGER, StringComparatorParam INTEGER,"
-    " AliasName VARCHAR(120), ignore INTEGER)",
+    " AliasName TEXT, ignore INTEGER)",
     "CREATE TABLE tblTLCParameters (PotentialPatientMatch INTEGER)",
 };
 

@@ -50,14 +50,17 @@ void AddDatabaseOptions(CLI::App& command, Tool& tool, bool matching) {
   command.add_option("-d", settings.folder, "folder with registry.db and control.db")
       ->type_name("DIR");
   command.add_option("--registry", settings.registry, "connection string of the registry database")
+      ->envname("QM_REGISTRY")
       ->type_name("CONN");
   command.add_option("--control", settings.control, "connection string of the control database")
+      ->envname("QM_CONTROL")
       ->type_name("CONN");
   if (matching) {
     command
         .add_option("--matching", settings.matching,
                     "connection string of the database with matching rules and patients; "
                     "default: the registry")
+        ->envname("QM_MATCHING")
         ->type_name("CONN");
   }
   command
