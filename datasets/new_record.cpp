@@ -79,8 +79,15 @@ void NewRecord::Save(std::int32_t key) {
 
 void SetLink(Abstract& qmAbstract, std::string_view column, std::int32_t id) {
   const auto row = qmAbstract.Recordset(1);
+  const Variant before = row->Value(column);
   row->SetValue(column, id);
-  row->Update();
+  try {
+    row->Update();
+  } catch (const Error&) {
+    // Left pending, it would be saved with the row's next edit: a link to what was rolled back.
+    row->SetValue(column, before);
+    throw;
+  }
 }
 
 }  // namespace qm

@@ -34,7 +34,8 @@ class NewRecord {
   std::vector<std::shared_ptr<Recordset>> rows_;
 };
 
-/// Writes an identifier into the abstract's own row, with what else was assigned to that row.
+/// Writes an identifier into the abstract's own row, with what else was assigned to that row. A
+/// failure takes the identifier back; the rest stays pending.
 void SetLink(Abstract& qmAbstract, std::string_view column, std::int32_t id);
 
 }  // namespace qm

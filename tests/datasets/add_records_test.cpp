@@ -108,6 +108,31 @@ TEST(AddRecords, WhatCannotBeMadeLeavesNothing) {
   }
 }
 
+TEST(AddRecords, ALinkThatCannotBeSavedIsNotSavedLater) {
+  for (const bool tumor : {false, true}) {
+    ReportRegistry small;
+    Abstract report = small.data_sets.GetAbstract(tumor ? 6 : 5);
+    report.SetFieldByName("HeldFor2", "mine");
+    small.ChangeRegistry(
+        "CREATE TRIGGER t BEFORE UPDATE ON Abstracts BEGIN SELECT RAISE(ABORT, 'no'); END");
+    const std::string before = small.AllRows();
+    small.connection.BeginTrans();
+    EXPECT_EQ(Raises([&] {
+                if (tumor) {
+                  small.data_sets.AddTumor(report);
+                } else {
+                  small.data_sets.AddPatient(report);
+                }
+              }).number,
+              kErrIntegrity);
+    small.connection.RollBackTrans();
+    small.ChangeRegistry("DROP TRIGGER t");
+    report.Update();
+    EXPECT_EQ(small.AllRows(), before);
+    EXPECT_EQ(small.Registry("SELECT count(*) FROM Abstracts WHERE HeldFor2 = 'mine'"), "1");
+  }
+}
+
 TEST(UpdateAbstract, WritesEveryFieldAndTheTexts) {
   ReportRegistry small;
   const std::string record =
