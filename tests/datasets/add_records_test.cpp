@@ -133,6 +133,31 @@ TEST(AddRecords, ALinkThatCannotBeSavedIsNotSavedLater) {
   }
 }
 
+TEST(AddRecords, AnAbstractThatShowsWhatWasRolledBackIsRefused) {
+  for (const bool edited : {false, true}) {
+    ReportRegistry small;
+    const std::string before = small.AllRows();
+    Abstract report = small.data_sets.GetAbstract(5);
+    for (int round = 0; round < 3; ++round) {
+      small.connection.BeginTrans();
+      const Failure failure = Raises([&] {
+        if (round == 1) {
+          small.data_sets.AddTumor(report);
+        } else {
+          small.data_sets.AddPatient(report);
+        }
+      });
+      EXPECT_EQ(failure.number, round == 0 ? 0 : kErrRowChanged);
+      small.connection.RollBackTrans();
+      if (edited) report.SetFieldByName("HeldFor2", "mine" + std::to_string(round));
+    }
+    EXPECT_EQ(small.AllRows(), before);
+    report = small.data_sets.GetAbstract(5);
+    small.data_sets.AddPatient(report);
+    EXPECT_EQ(small.Registry("SELECT PatientID FROM Abstracts WHERE AbsRefID = 5"), "11");
+  }
+}
+
 TEST(UpdateAbstract, WritesEveryFieldAndTheTexts) {
   ReportRegistry small;
   const std::string record =
