@@ -170,11 +170,11 @@ TEST(UpdateAbstract, WritesEveryFieldAndTheTexts) {
   EXPECT_EQ(small.Registry("SELECT * FROM Abstracts_2 WHERE AbsRefID = 5"), "5|20010203|05|");
   EXPECT_EQ(small.Registry("SELECT * FROM Abstracts_3 WHERE AbsRefID = 5"), "5|000000123|7|fac");
   small.ChangeRegistry("DELETE FROM Abstracts_3 WHERE AbsRefID = 6");
-  for (const auto& [id, description] : {std::pair{4, "abstract 4 does not exist"},
-                                        std::pair{6, "abstract 6 has no row in Abstracts_3"}}) {
-    const Failure failure = Raises([&] { small.data_sets.UpdateAbstract(id, record); });
+  for (const auto& missing : {std::pair{4, "abstract 4 does not exist"},
+                              std::pair{6, "abstract 6 has no row in Abstracts_3"}}) {
+    const Failure failure = Raises([&] { small.data_sets.UpdateAbstract(missing.first, record); });
     EXPECT_EQ(failure.number, kErrNoCurrentRecord);
-    EXPECT_EQ(failure.description, description);
+    EXPECT_EQ(failure.description, missing.second);
   }
   EXPECT_EQ(small.Registry("SELECT LastName FROM Abstracts WHERE AbsRefID = 6"), "Ng");
 }
