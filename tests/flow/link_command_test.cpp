@@ -52,6 +52,7 @@ TEST_F(LinkCommand, TellsWhatItDidAndWhatIsWrong) {
       {{"link"}, 2, "", "one of ABSTRACT, --auto N and --decisions FILE is required"},
       {{"link", "1", "--auto", "90"}, 2, "", "one of ABSTRACT"},
       {{"link", "1", "Smith"}, 2, "", "PATIENT"},
+      {{"link", "1", "1.5"}, 2, "", "PATIENT"},
       {{"link", "1", "new", "--tumor", "1"}, 2, "", "--tumor goes with a PATIENT"},
       {{"link", "4711"}, 1, "", "abstract 4711 does not exist"},
       {{"link", "1", "4711"}, 1, "", "patient 4711 does not exist"},
@@ -98,6 +99,10 @@ TEST_F(LinkCommand, OffersAndWhatWasDeclined) {
   EXPECT_EQ(Qm({"match", "--abstract", "2", "--format", "csv"}).out, head);
   EXPECT_THAT(Qm({"match", "--abstract", "2", "--format", "csv", "--with-declined"}).out,
               StartsWith(head + "2,1,1,"));
+  // What is offered again after a link was undone can be declined again.
+  EXPECT_EQ(Qm({"link", "2", "1"}).exit_code, 0);
+  EXPECT_EQ(Qm({"unlink", "2"}).exit_code, 0);
+  EXPECT_THAT(Qm({"link", "2", "no"}).out, HasSubstr("declined 1"));
   EXPECT_EQ(Qm({"link", "2", "new"}).exit_code, 0);
 }
 
