@@ -8,6 +8,7 @@
 #include "datasets/family_tables.h"
 #include "layout/layout_state.h"
 #include "layout/table_code.h"
+#include "session/session_state.h"
 
 namespace qm {
 
@@ -42,11 +43,31 @@ class StoredValues {
   const std::string key_;
 };
 
+// A row that was saved and rolled back still shows what never came to be. A tumor would go to a
+// patient who is not there, and an identifier given out a second time would look as if it were
+// stored already.
+void RequireLinksAsShown(const Recordset& shown) {
+  const std::string key = ToText(shown.Value(kAbstractFamily.key));
+  const auto& registry = CurrentSession().gcnRegistry.Get();
+  const auto stored = registry->CreateRecordset();
+  stored->Open("SELECT PatientID, MedRefID FROM Abstracts WHERE AbsRefID = " + key, registry);
+  const auto differs = [&](std::string_view column) {
+    return ToTextOrEmpty(stored->Value(column)) != ToTextOrEmpty(shown.Value(column));
+  };
+  if (stored->Eof() || differs("PatientID") || differs("MedRefID")) {
+    throw Error(kErrRowChanged, "QMDataObjects2",
+                "abstract " + key + " is not linked as it was when it was read");
+  }
+  stored->Close();
+}
+
 }  // namespace
 
 NewRecord::NewRecord(const RecordFamily& family, const NAACCRLayout& layout, Abstract& source)
     : family_(family) {
   StoredValues values(source);
+  const auto row = source.Recordset(1);
+  if (row->EditMode() == kEditNone) RequireLinksAsShown(*row);
   for (int table = 1; table <= (layout.*(family.table_count))(); ++table) {
     rows_.push_back(OpenFamilyTable(family, table, "1 = 2"));
     rows_.back()->AddNew();
@@ -79,8 +100,17 @@ void NewRecord::Save(std::int32_t key) {
 
 void SetLink(Abstract& qmAbstract, std::string_view column, std::int32_t id) {
   const auto row = qmAbstract.Recordset(1);
+  const bool edited = row->EditMode() != kEditNone;
+  const Variant before = row->Value(column);
   row->SetValue(column, id);
-  row->Update();
+  try {
+    row->Update();
+  } catch (const Error&) {
+    // Left pending, it would be saved with the row's next edit: a link to what was rolled back.
+    row->SetValue(column, before);
+    throw;
+  }
+  if (edited) RequireLinksAsShown(*row);
 }
 
 }  // namespace qm

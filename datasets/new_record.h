@@ -22,7 +22,8 @@ namespace qm {
 
 class NewRecord {
  public:
-  /// 3021 when the abstract stands on no row, or lacks its row in a table, which it names.
+  /// 3021 when the abstract stands on no row, or lacks its row in a table, which it names;
+  /// kErrRowChanged when the registry links it to others than it shows, unless an edit is pending.
   NewRecord(const RecordFamily& family, const NAACCRLayout& layout, Abstract& source);
 
   /// The new row of the primary table.
@@ -34,7 +35,9 @@ class NewRecord {
   std::vector<std::shared_ptr<Recordset>> rows_;
 };
 
-/// Writes an identifier into the abstract's own row, with what else was assigned to that row.
+/// Writes an identifier into the abstract's own row, with what else was assigned to that row. A
+/// failure takes the identifier back; the rest stays pending. With such an edit the links are
+/// looked at afterwards: kErrRowChanged when they are not stored as the row shows them.
 void SetLink(Abstract& qmAbstract, std::string_view column, std::int32_t id);
 
 }  // namespace qm

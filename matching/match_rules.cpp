@@ -58,6 +58,10 @@ std::string WhyNoComparison(const RuleTable& table, const RuleTable::Row& row) {
   return {};
 }
 
+std::string LineText(const RuleTable::Row& row) {
+  return row.line > 0 ? "line " + std::to_string(row.line) + ": " : "";
+}
+
 // Columns that the rules fill and the database lacks would lose what stands in them.
 std::vector<std::pair<std::size_t, int>> PlacesOf(const RuleTable& table, const Recordset& rows,
                                                   std::string_view name) {
@@ -70,9 +74,8 @@ std::vector<std::pair<std::size_t, int>> PlacesOf(const RuleTable& table, const 
     }
     for (const RuleTable::Row& row : table.rows) {
       if (row.values[i].IsNull()) continue;
-      const std::string line = row.line > 0 ? "line " + std::to_string(row.line) + ": " : "";
       throw Error(kErrNoSuchItem, kSource,
-                  line + std::string(name) + " has no column " + table.columns[i]);
+                  LineText(row) + std::string(name) + " has no column " + table.columns[i]);
     }
   }
   return places;
@@ -131,8 +134,14 @@ void ReplaceMatchRules(const std::shared_ptr<Connection>& connection, const Matc
     const auto places = PlacesOf(table, *rows, info.table);
     for (const RuleTable::Row& row : table.rows) {
       rows->AddNew();
-      for (const auto& [column, ordinal] : places) rows->SetValue(ordinal, row.values[column]);
-      rows->Update();
+      try {
+        for (const auto& [column, ordinal] : places) rows->SetValue(ordinal, row.values[column]);
+        rows->Update();
+      } catch (const Error& error) {
+        if (error.number() != kErrWrongType) throw;
+        throw Error(kErrWrongType, kSource,
+                    LineText(row) + "a value does not fit its column of " + name);
+      }
     }
     rows->Close();
   }

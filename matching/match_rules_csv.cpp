@@ -129,6 +129,12 @@ class Parser {
   bool Next() {
     const bool more = reader_.Next(row_);
     if (!reader_.Fault().empty()) Refuse(reader_.Line(), std::string(reader_.Fault()));
+    for (std::size_t i = 0; more && i < row_.size(); ++i) {
+      const std::string& text = row_[i].text;
+      if (!IsValidUtf8(text) || text.find('\0') != std::string::npos) {
+        Refuse(reader_.Line(), "cell " + std::to_string(i + 1) + " is no text in UTF-8");
+      }
+    }
     return more;
   }
 

@@ -21,6 +21,10 @@ const RuleTableInfo& kBlocking = kRuleTables[0];
 const RuleTableInfo& kMatching = kRuleTables[1];
 const RuleTableInfo& kCutoff = kRuleTables[2];
 
+constexpr const char* kWholeWeights =
+    "scores are rounded after every rule; use whole weights, multiplying all and the cut-off if "
+    "need be";
+
 std::string Decimal(double value) { return ToText(Variant(value)); }
 
 }  // namespace
@@ -128,22 +132,25 @@ void RuleCheck::CheckTables() {
 double RuleCheck::CheckWeights() {
   double most = 0;
   double least = 0;
-  double up = 0;  // how far the roundings can lift or lower a score
-  double down = 0;
   for (const CheckedRule& rule : checked_) {
     if (rule.info != &kMatching) continue;
     const RuleTable::Row& row = rules_.matching.rows[rule.row];
     const double weight = ToDouble(rules_.matching.Value(row, "Weight"));
-    const double shift = RoundHalfEven(weight) - weight;
     (weight > 0 ? most : least) += weight;
-    up += std::abs(shift) == 0.5 ? 0.5 : std::max(shift, 0.0);
-    down += std::abs(shift) == 0.5 ? 0.5 : std::max(-shift, 0.0);
     if (std::abs(weight) <= 0.5) {
       Add(rule, "weight-lost",
           std::abs(weight) < 0.5
               ? "the weight " + Decimal(weight) + " is rounded away: the rule never adds anything"
               : "half a point counts only where the score before it is odd",
-          "scores are rounded after every rule; use whole weights, multiplying all if need be");
+          kWholeWeights);
+    } else if (weight != std::floor(weight)) {
+      const double below = std::floor(weight);
+      Add(rule, "rounding-shift",
+          "the score is rounded after this rule, so full agreement adds " +
+              (weight - below == 0.5 ? Decimal(below) + " or " + Decimal(below + 1)
+                                     : Decimal(RoundHalfEven(weight))) +
+              ", not " + Decimal(weight),
+          kWholeWeights);
     }
     const Variant parameter = rules_.matching.Value(row, "StringComparatorParam");
     if (!rule.exact && !parameter.IsNull() &&
@@ -152,12 +159,6 @@ double RuleCheck::CheckWeights() {
           "there is no comparator " + ToText(parameter) + "; comparator 0 is used",
           "write 0, 1, 2 or 3 into StringComparatorParam");
     }
-  }
-  if (std::max(up, down) >= 1) {
-    Add(kMatching, {}, "rounding-shift",
-        "the score is rounded after every rule; by the fractions of the weights it can be off by " +
-            Decimal(std::max(up, down)),
-        "use whole weights, multiplying all and the cut-off if need be");
   }
   if (most > INT16_MAX || least < INT16_MIN) {
     Add(kMatching, {}, "score-overflow",

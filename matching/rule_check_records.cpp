@@ -118,19 +118,22 @@ void Try(Trial& trial, Group group, const Recordset& record) {
   }
 }
 
-// Made-up records: an empty one, usual ones, and those whose name is one letter or whose code is
-// one of the codes of sex and race.
+// Made-up records: an empty one, one with long names, one whose values are the usual ones for
+// unknown, and those whose name is one letter or whose code is one of the codes of sex and race.
 std::string ProbeQuery(const std::vector<std::string>& columns) {
   using Values = std::map<std::string, std::string>;
   std::vector<Values> probes = {{},
-                                {{"lastname", "MONTGOMERY"},
+                                {{"lastname", "FEATHERSTONEHAUGH"},
                                  {"firstname", "CHRISTOPHER"},
                                  {"middlename", "ALEXANDER"},
-                                 {"soundex", "M532"},
+                                 {"soundex", "F362"},
                                  {"birthdate", "19470211"},
                                  {"socsec", "900123456"},
                                  {"sex", "1"},
                                  {"race1", "01"}}};
+  probes.push_back(probes[1]);
+  probes.back()["birthdate"] = "99999999";
+  probes.back()["socsec"] = "999999999";
   for (char letter = 'A'; letter <= 'Z'; ++letter) {
     Values probe = probes[1];
     for (const char* name : {"lastname", "firstname", "middlename"}) {
@@ -218,7 +221,7 @@ class Trials {
       const bool really = trial.Real(&Tally::failed) > 0;
       const std::string where = everywhere ? "fails"
                                 : really   ? "fails for " + trial.Counts(&Tally::failed)
-                                           : "fails where a field is empty or short";
+                                           : "fails where a field is empty, short or unknown";
       check_.Add(*trial.rule, "expression-fails",
                  where + " (" + trial.failure + "); that ends the whole search",
                  everywhere ? "correct the expression; 'qm eval' tries it"
@@ -258,7 +261,8 @@ class Trials {
     const std::int64_t records = trial.Real(&Tally::records);
     if (trial.collisions > 0 || cut * kCutShare > records || trial.tallies[kProbes].cut > 0) {
       check_.Add(rule, "long-value",
-                 "24 characters of a value are compared; longer are " + trial.Counts(&Tally::cut) +
+                 "24 characters of a value are compared; " +
+                     (cut > 0 ? "longer are " + trial.Counts(&Tally::cut) : "longer can be some") +
                      ", e.g. " + trial.example_cut +
                      (trial.collisions > 0 ? "; different ones become equal" : ""),
                  "make the expression shorter, or split it into two rules");

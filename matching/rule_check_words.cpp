@@ -80,7 +80,10 @@ ScriptWords WordsOf(std::string_view expression) {
       const bool member =
           begin > 0 && (expression[begin - 1] == '.' || expression[begin - 1] == '&');
       const bool number = std::isdigit(static_cast<unsigned char>(c)) != 0;
-      if (!member && !number && !ContainsName(words.unknown, name) && IsUnknown(name)) {
+      // A call of what is unknown fails, which trying it on records tells.
+      const std::size_t next = expression.find_first_not_of(" \t", i);
+      const bool called = next != std::string_view::npos && expression[next] == '(';
+      if (!member && !number && !called && !ContainsName(words.unknown, name) && IsUnknown(name)) {
         words.unknown.push_back(std::move(name));
       }
     } else {

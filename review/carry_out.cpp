@@ -23,21 +23,23 @@ bool IsRefusal(const Error& error) {
   return by_rule || error.number() == kErrRowChanged;
 }
 
-// A decision that was carried out declines nothing more: offers that came later were not meant. Nor
-// was the patient that was made from the abstract itself.
+// A file's decision that was carried out declines nothing more: offers that came later were not
+// meant. Nor was the patient that was made from the abstract itself. One that stands in no file is
+// made anew each time.
 std::int64_t DeclineOffers(Linker& linker, std::int32_t abstract_id, const ReviewNote& note) {
   Digest digest;
   for (const std::string& part : {note.file, note.reviewer, note.note}) digest.Update(part + '\n');
   const std::string decision = digest.Finish();
   Transaction transaction(CurrentSession().gcnRegistry.Get());
-  if (LastWholeDecline(abstract_id) == decision) return 0;
+  const bool of_file = !note.file.empty();
+  if (of_file && LastWholeDecline(abstract_id) == decision) return 0;
   const auto link = ReadLink(abstract_id);
   std::int64_t declined = 0;
   for (const OfferedMatch& offer : linker.Offers(abstract_id)) {
     if (link && link->new_patient && link->patient_id == offer.patient_id) continue;
     declined += linker.Decline(abstract_id, offer.patient_id, note) ? 1 : 0;
   }
-  SetLastWholeDecline(abstract_id, decision);
+  if (of_file) SetLastWholeDecline(abstract_id, decision);
   transaction.Commit();
   return declined;
 }
@@ -96,6 +98,10 @@ DecisionCounts CarryOut(Linker& linker, std::span<const Decision> decisions,
 
 void LinkByScore(Linker& linker, std::int16_t least, bool dry_run, const AutoVisitor& visit,
                  const std::function<void(std::int64_t done, std::int64_t total)>& progress) {
+  const auto is_certain = [least](const std::vector<OfferedMatch>& offers) {
+    return offers.size() == 1 && offers[0].score >= least;
+  };
+  if (!dry_run) EnsureOwnTables();
   const std::vector<std::int32_t> abstracts = linker.UnlinkedAbstracts();
   const auto total = static_cast<std::int64_t>(abstracts.size());
   std::int64_t done = 0;
@@ -104,8 +110,15 @@ void LinkByScore(Linker& linker, std::int16_t least, bool dry_run, const AutoVis
     std::vector<OfferedMatch> offers;
     try {
       offers = linker.Offers(abstract);
-      const bool certain = offers.size() == 1 && offers[0].score >= least;
-      if (certain && !dry_run) linker.LinkToPatient(abstract, offers[0].patient_id);
+      bool certain = is_certain(offers);
+      if (certain && !dry_run) {
+        // Another user may have declined the pair, or registered a second candidate.
+        Transaction transaction(CurrentSession().gcnRegistry.Get());
+        offers = linker.Offers(abstract);
+        certain = is_certain(offers);
+        if (certain) linker.LinkToPatient(abstract, offers[0].patient_id);
+        transaction.Commit();
+      }
       visit(abstract, certain ? AutoOutcome::kLinked : AutoOutcome::kReview, offers, nullptr);
     } catch (const Error& error) {
       if (!IsRefusal(error)) throw;

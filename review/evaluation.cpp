@@ -27,6 +27,12 @@ std::optional<std::int32_t> Number(std::string_view text) {
   return value;
 }
 
+std::optional<std::int32_t> AbstractOfLine(std::int32_t line, std::int32_t first) {
+  const std::int64_t id = std::int64_t{line} - 1 + first;
+  const auto narrow = static_cast<std::int32_t>(id);
+  return narrow == id ? std::optional(narrow) : std::nullopt;
+}
+
 // What reached one score: of best candidates and of all.
 struct AtScore {
   std::int64_t best = 0;
@@ -106,7 +112,8 @@ Truth ReadTruth(std::string_view csv, std::int32_t first_abstract) {
     if (row.size() <= std::max(*patient_column, *id_column)) Refuse(reader.Line(), "too few cells");
     auto id = Number(row[*id_column].text);
     if (!id) Refuse(reader.Line(), "no number of an abstract");
-    if (!abstract_column) id = *id - 1 + first_abstract;
+    if (!abstract_column) id = AbstractOfLine(*id, first_abstract);
+    if (!id) Refuse(reader.Line(), "no abstract has the number of this line");
     const auto patient = Number(row[*patient_column].text);
     if (!patient && !Trim(row[*patient_column].text).empty()) {
       Refuse(reader.Line(), "PatientID is no number");

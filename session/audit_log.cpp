@@ -128,9 +128,12 @@ void AuditWriter::Write(const AuditEntry& entry) {
   rows_->Update();
 }
 
-// It stands in a statement: nothing but a time may pass.
+// It stands in a statement: nothing but a time may pass. Half a number ("2026-1") would mean other
+// times than it seems to.
 bool IsAuditTime(std::string_view text) {
+  constexpr std::size_t kSecondsEnd = 19;
   if (text.size() > kTimeShape.size()) return false;
+  if (!text.empty() && text.size() <= kSecondsEnd && kTimeShape[text.size()] == '0') return false;
   return std::equal(text.begin(), text.end(), kTimeShape.begin(), [](char c, char shape) {
     return shape == '0' ? c >= '0' && c <= '9' : c == shape;
   });

@@ -24,7 +24,7 @@ class AuditWriter {
   std::shared_ptr<Recordset> rows_;
 };
 
-/// Whether the text is a leading part of a row's time, as `AuditFilter::since` wants it.
+/// Whether a row's time can begin with the text, as `AuditFilter::since` wants it.
 bool IsAuditTime(std::string_view text);
 
 }  // namespace qm

@@ -33,9 +33,16 @@ struct Arguments {
 // `--replace` would put the records in the place of the databases that they come from.
 void RequireNoDatabase(const Arguments& arguments, const Settings& settings) {
   if (settings.folder.empty()) return;
-  for (const char* database : {"registry.db", "control.db"}) {
+  const auto same = [&arguments](const fs::path& file) {
     std::error_code missing;
-    if (fs::equivalent(arguments.file, fs::path(settings.folder) / database, missing)) {
+    return fs::equivalent(arguments.file, file, missing) ||
+           fs::weakly_canonical(arguments.file, missing) == fs::weakly_canonical(file, missing);
+  };
+  for (const char* name : {"registry.db", "control.db"}) {
+    const fs::path database = fs::path(settings.folder) / name;
+    // Beside a database lie the files of its engine, some only while it is open.
+    if (same(database) || same(database.string() + "-wal") || same(database.string() + "-shm") ||
+        same(database.string() + "-journal")) {
       throw Error(kPathAccess, "qm export", arguments.file + ": is a database of the registry");
     }
   }

@@ -1,21 +1,21 @@
 // qm link: abstracts become part of patients' cases, one by choice, many by score or by a
 // reviewer's decisions.
-#include <qm/conversions.h>
 #include <qm/error.h>
 #include <qm/linker.h>
 #include <qm/matcher.h>
 #include <qm/review.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <optional>
 
 #include "matching/candidate_search.h"
 #include "tool/databases.h"
 #include "tool/link_lists.h"
+#include "tool/record_argument.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 #include "tool/user.h"
@@ -39,6 +39,12 @@ struct Arguments {
   bool dry_run = false;
   std::string decisions;
 };
+
+// A check of the command line, and of what was typed when asked.
+std::string IsChoice(const std::string& choice) {
+  const bool known = choice == kNew || choice == kNo || ParseIdentifier(choice);
+  return known ? "" : "a patient's identifier, new or no is expected";
+}
 
 std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
 
@@ -108,13 +114,8 @@ class LinkCommand {
       std::cout << "abstract " << abstract << ": declined " << counts.declined << '\n';
       return;
     }
-    const std::optional<double> patient = ParseNumber(choice);
-    const bool identifier =
-        patient && *patient >= 1 && *patient <= std::numeric_limits<std::int32_t>::max();
-    if (choice != kNew && !identifier) {
-      throw Error(kErrBadArgument, kCommand, "neither a patient's identifier nor new nor no");
-    }
-    const auto id = static_cast<std::int32_t>(identifier ? *patient : 0);
+    if (!IsChoice(choice).empty()) throw Error(kErrBadArgument, kCommand, IsChoice(choice));
+    const std::int32_t id = ParseIdentifier(choice).value_or(0);
     const LinkResult result =
         choice == kNew     ? linker_.LinkToNewPatient(abstract, arguments_.note)
         : arguments_.tumor ? linker_.LinkToTumor(abstract, id, *arguments_.tumor, arguments_.note)
@@ -154,7 +155,10 @@ class LinkCommand {
   std::string ReadFile(const std::string& name) const {
     if (arguments_.decisions == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
     std::ifstream in(name, std::ios::binary);
-    if (!in) throw Error(kFileNotFound, kCommand, name + ": cannot be opened");
+    // A folder opens, and fails once it is read.
+    if (!in || std::filesystem::is_directory(name)) {
+      throw Error(kFileNotFound, kCommand, name + ": cannot be opened");
+    }
     std::string text{std::istreambuf_iterator<char>(in), {}};
     if (in.bad()) throw Error(kDeviceError, kCommand, name + ": cannot be read");
     return text;
@@ -239,17 +243,17 @@ void AddLink(CLI::App& app, Tool& tool) {
       "make abstracts part of patients' cases, each with its tumor: one abstract (without a choice "
       "its offers are listed), all whose only offer scores enough, or a reviewer's decisions");
   command->add_option("ABSTRACT", arguments->abstract, "identifier of the abstract")
-      ->check(CLI::PositiveNumber)
+      ->check(IsIdentifier)
       ->type_name("");
   command
       ->add_option("PATIENT", arguments->choice,
                    "identifier of its patient, new for a new one, or no: none of those offered")
-      ->check(CLI::PositiveNumber | CLI::IsMember({kNew, kNo}))
+      ->check(IsChoice)
       ->type_name("");
   command
       ->add_option("--tumor", arguments->tumor,
                    "tumor of that patient which the abstract reports; default: a new one")
-      ->check(CLI::PositiveNumber)
+      ->check(IsIdentifier)
       ->type_name("MEDREFID");
   command->add_option("--reviewer", arguments->note.reviewer, "who decided, for the audit log")
       ->type_name("NAME");

@@ -35,6 +35,14 @@ bool Take(QMConnection& session, Connection& registry, const LockArguments& argu
   return session.TablesLocked(list, Variant(RefusalText(HeldTables(registry, arguments.codes))));
 }
 
+// The library's message has the holder's name only when USERS has it.
+void TellHolder(Connection& registry, const LockArguments& arguments) {
+  for (const HeldLock& lock : HeldLocks(registry, arguments.kind, arguments.id)) {
+    std::cerr << "qm: " << arguments.Text() << " is held by " << lock.user
+              << (lock.since.empty() ? "" : " since " + lock.since) << '\n';
+  }
+}
+
 // The transaction holds the write lock from its beginning, so nobody comes between the check and
 // the marks of the tables, and marking them is never kept waiting.
 void Lock(const LockArguments& arguments, Tool& tool) {
@@ -44,6 +52,7 @@ void Lock(const LockArguments& arguments, Tool& tool) {
   QMConnection session;
   Transaction transaction(registry);
   if (!Take(session, *registry, arguments)) {
+    if (!arguments.OfTables()) TellHolder(*registry, arguments);
     tool.exit_code = kFailed;
     return;
   }

@@ -86,6 +86,9 @@ void RequireFields(Record& record, const RecordFamily& family, const NAACCRLayou
       throw Error(kErrBadArgument, kSource,
                   "'" + assignment.name + "' is the identifier and cannot be set");
     }
+    if (&family == &kAbstractFamily && EqualsIgnoreCase(assignment.name, kTumorFamily.key)) {
+      throw Error(kErrBadArgument, kSource, "'" + assignment.name + "' is set by linking alone");
+    }
     if (!IsFieldOf(record, family, layout, assignment.name)) {
       throw Error(kErrNoSuchItem, kSource,
                   arguments.family + "s have no field '" + assignment.name + "'");

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tool/databases.h"
+#include "tool/record_argument.h"
 #include "tool/tool.h"
 #include "tool/user.h"
 
@@ -44,7 +45,7 @@ void AddUnlink(CLI::App& app, Tool& tool) {
       "abstracts in the order given, all of them or none");
   command->add_option("ABSTRACT", arguments->abstracts, "identifiers of linked abstracts")
       ->required()
-      ->check(CLI::PositiveNumber)
+      ->check(IsIdentifier)
       ->type_name("");
   command->add_flag("--discard-changes", arguments->discard_changes,
                     "also when those records were changed since; the changes are lost");

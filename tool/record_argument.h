@@ -3,8 +3,11 @@
 
 #include <qm/error.h>
 
+#include <charconv>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tool/tool.h"
@@ -30,6 +33,19 @@ inline void AddRecordArguments(CLI::App& command, std::string& family, std::int3
                                const std::vector<std::string>& families) {
   AddFamilyArgument(command, family, families);
   command.add_option("ID", id, "its identifier")->required()->type_name("");
+}
+
+/// The identifier that a text of digits alone stands for; none below 1.
+inline std::optional<std::int32_t> ParseIdentifier(std::string_view text) {
+  std::int32_t id = 0;
+  const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), id);
+  if (fault != std::errc() || end != text.data() + text.size() || id < 1) return std::nullopt;
+  return id;
+}
+
+/// A check of the command line.
+inline std::string IsIdentifier(const std::string& argument) {
+  return ParseIdentifier(argument) ? "" : "an identifier, a whole number from 1 on, is expected";
 }
 
 /// No record has an identifier below 1; the library's operations give those another meaning.

@@ -32,11 +32,11 @@ struct AuditRow {
 
 /// Which rows are wanted; what is not given does not count. Texts agree without regard to case.
 struct AuditFilter {
-  std::string record;
-  std::optional<std::int32_t> id;
-  std::string user;
-  std::string action;
-  std::string since;  ///< rows of that time or later, any leading part of it ("2026-01")
+  std::string record{};
+  std::optional<std::int32_t> id{};
+  std::string user{};
+  std::string action{};
+  std::string since{};  ///< rows of that time or later: "2026-01", "2026-01-05T15:04", …
   bool newest_first = false;
 };
 
@@ -44,7 +44,7 @@ struct AuditFilter {
 QM_API void WriteAudit(const AuditEntry& entry);
 
 /// Rows in the order in which they were written, or the newest first, one at a time, until the
-/// function gives false. A registry without the table has none. A `since` that is no part of a time
+/// function gives false. A registry without the table has none. A `since` that is no such time
 /// is kErrBadArgument.
 QM_API void ReadAudit(const AuditFilter& filter, const std::function<bool(const AuditRow&)>& take);
 

@@ -61,13 +61,16 @@ class QM_API QMDataSets {
 
   /// Cuts a record as `AddAbstract` does and writes every field that it stores into that abstract,
   /// the texts too: what the record leaves blank becomes empty. 3021, before anything is written,
-  /// when the abstract lacks its row in a table.
+  /// when the abstract lacks its row in a table. One table is saved after the other and nothing is
+  /// undone: wrap it in a transaction.
   void UpdateAbstract(std::int32_t lAbsRefID, std::string_view strBuffer);
   /// Makes a patient with the next identifier of the counter "PatientID": a row in every table of
   /// the family, every field that the abstract shares with patients as it is stored, texts too, and
   /// the `Soundex` of the last name. The abstract's `PatientID` is set and its own row saved. 3021
   /// when the abstract stands on no row or the counter gives no identifier; nothing is stored then.
-  /// Nothing is undone when a later step fails: wrap it in a transaction.
+  /// Nothing is undone when a later step fails: wrap it in a transaction. kErrRowChanged when the
+  /// registry no longer links the abstract as this object shows it: another user did, or the
+  /// transaction of an earlier call was rolled back. Retrieve it anew.
   Patient AddPatient(Abstract& qmAbstract);
   /// Makes a tumor of the abstract's patient with the next identifier of the counter "MedRefID" and
   /// every field that the abstract shares with tumors. The abstract's `MedRefID` is set. 3021 when

@@ -108,6 +108,56 @@ TEST(AddRecords, WhatCannotBeMadeLeavesNothing) {
   }
 }
 
+TEST(AddRecords, ALinkThatCannotBeSavedIsNotSavedLater) {
+  for (const bool tumor : {false, true}) {
+    ReportRegistry small;
+    Abstract report = small.data_sets.GetAbstract(tumor ? 6 : 5);
+    report.SetFieldByName("HeldFor2", "mine");
+    small.ChangeRegistry(
+        "CREATE TRIGGER t BEFORE UPDATE ON Abstracts BEGIN SELECT RAISE(ABORT, 'no'); END");
+    const std::string before = small.AllRows();
+    small.connection.BeginTrans();
+    EXPECT_EQ(Raises([&] {
+                if (tumor) {
+                  small.data_sets.AddTumor(report);
+                } else {
+                  small.data_sets.AddPatient(report);
+                }
+              }).number,
+              kErrIntegrity);
+    small.connection.RollBackTrans();
+    small.ChangeRegistry("DROP TRIGGER t");
+    report.Update();
+    EXPECT_EQ(small.AllRows(), before);
+    EXPECT_EQ(small.Registry("SELECT count(*) FROM Abstracts WHERE HeldFor2 = 'mine'"), "1");
+  }
+}
+
+TEST(AddRecords, AnAbstractThatShowsWhatWasRolledBackIsRefused) {
+  for (const bool edited : {false, true}) {
+    ReportRegistry small;
+    const std::string before = small.AllRows();
+    Abstract report = small.data_sets.GetAbstract(5);
+    for (int round = 0; round < 3; ++round) {
+      small.connection.BeginTrans();
+      const Failure failure = Raises([&] {
+        if (round == 1) {
+          small.data_sets.AddTumor(report);
+        } else {
+          small.data_sets.AddPatient(report);
+        }
+      });
+      EXPECT_EQ(failure.number, round == 0 ? 0 : kErrRowChanged);
+      small.connection.RollBackTrans();
+      if (edited) report.SetFieldByName("HeldFor2", "mine" + std::to_string(round));
+    }
+    EXPECT_EQ(small.AllRows(), before);
+    report = small.data_sets.GetAbstract(5);
+    small.data_sets.AddPatient(report);
+    EXPECT_EQ(small.Registry("SELECT PatientID FROM Abstracts WHERE AbsRefID = 5"), "11");
+  }
+}
+
 TEST(UpdateAbstract, WritesEveryFieldAndTheTexts) {
   ReportRegistry small;
   const std::string record =
@@ -120,11 +170,11 @@ TEST(UpdateAbstract, WritesEveryFieldAndTheTexts) {
   EXPECT_EQ(small.Registry("SELECT * FROM Abstracts_2 WHERE AbsRefID = 5"), "5|20010203|05|");
   EXPECT_EQ(small.Registry("SELECT * FROM Abstracts_3 WHERE AbsRefID = 5"), "5|000000123|7|fac");
   small.ChangeRegistry("DELETE FROM Abstracts_3 WHERE AbsRefID = 6");
-  for (const auto& [id, description] : {std::pair{4, "abstract 4 does not exist"},
-                                        std::pair{6, "abstract 6 has no row in Abstracts_3"}}) {
-    const Failure failure = Raises([&] { small.data_sets.UpdateAbstract(id, record); });
+  for (const auto& missing : {std::pair{4, "abstract 4 does not exist"},
+                              std::pair{6, "abstract 6 has no row in Abstracts_3"}}) {
+    const Failure failure = Raises([&] { small.data_sets.UpdateAbstract(missing.first, record); });
     EXPECT_EQ(failure.number, kErrNoCurrentRecord);
-    EXPECT_EQ(failure.description, description);
+    EXPECT_EQ(failure.description, missing.second);
   }
   EXPECT_EQ(small.Registry("SELECT LastName FROM Abstracts WHERE AbsRefID = 6"), "Ng");
 }

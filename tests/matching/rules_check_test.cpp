@@ -68,7 +68,8 @@ TEST_F(RulesCheck, OneRuleAtATimeOnAnEmptyRegistry) {
       {false, "'FirstName', 5, 'NO NAME,UNKNOWN', 1, 0", {"missing-swallows"}},
       {false, "'SocSec', 5, '999999999 000000000', 0, 3", {}},
       {false, "'SocSec', 0.4, NULL, 0, 3", {"weight-lost"}},
-      {false, "'SocSec', 2.4, NULL, 0, 7", {"comparator-unknown"}},
+      {false, "'SocSec', 2.5, NULL, 0, 3", {"rounding-shift"}},
+      {false, "'SocSec', 2, NULL, 0, 7", {"comparator-unknown"}},
       {false, "'soundex', 2, NULL, 1, 0", {"abstract-column"}},
       {false, "'HeldFor2', 2, NULL, 1, 0", {"candidate-column"}},
       {false, "'<<LastName>> & \"x\"', 2, NULL, 1, 0", {"expression-fails"}},
@@ -77,7 +78,12 @@ TEST_F(RulesCheck, OneRuleAtATimeOnAnEmptyRegistry) {
       {false, "'Left(<<LastName>>, vbLf) & (1)', 2, NULL, 1, 0", {"expression-fails"}},
       {false, "'CLng(<<SocSec>>)', 2, NULL, 1, 0", {"expression-fails"}},
       {false, "'Left(<<LastName>>, 1) ''the initial', 2, NULL, 1, 0", {"remark"}},
-      {false, "'(<<LastName>> & <<FirstName>> & <<SocSec>>)', 2, NULL, 1, 0", {"long-value"}},
+      {false, "'NoFunction(<<LastName>>)', 2, NULL, 1, 0", {"expression-fails"}},
+      {false,
+       "'Year(DateSerial(\"0\" & Left(<<BirthDate>>, 4), \"0\" & Mid(<<BirthDate>>, 5, 2), 1))',"
+       " 2, NULL, 1, 0",
+       {"expression-fails"}},
+      {false, "'(<<LastName>> & <<FirstName>>)', 2, NULL, 1, 0", {"long-value"}},
       {false, "'FirstName', NULL, NULL, 1, 0", {"not-loaded"}},
       {false, "'LastName', 1, NULL, 0, NULL", {"duplicate"}},
       {true, "'SocSec', 'socsec', '999999999'", {"duplicate", "ignore-unquoted", "ignore-empty"}},
@@ -118,7 +124,6 @@ TEST_F(RulesCheck, TablesAsAWhole) {
       {"DELETE FROM tblTLCParameters", {"not-loaded"}},
       {"INSERT INTO tblTLCParameters VALUES (1)", {"cutoff-rows"}},
       {"UPDATE tblMatchingParameters SET Weight = 30000 WHERE ignore = 0", {"score-overflow"}},
-      {"UPDATE tblMatchingParameters SET Weight = 6.5 WHERE ignore = 0", {"rounding-shift"}},
   };
   for (const Case& c : cases) {
     Reset();

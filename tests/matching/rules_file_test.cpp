@@ -63,6 +63,7 @@ TEST(RulesFile, BadFilesAreNamedByLineAndReason) {
       {kHeading + cutoff + "matching,,,,\"Sex,1\n", "line 3: a quoted value never ends"},
       {kHeading + std::string("cutoff,,,,,,,,,40000\n"), "line 2: PotentialPatientMatch"},
       {kHeading + cutoff + "blocking,a,b,,,,,,,,,1\n", "line 3: more cells"},
+      {kHeading + cutoff + "blocking,M\xFCller,b\n", "line 3: cell 2 is no text in UTF-8"},
   };
   for (const auto& [csv, reason] : cases) {
     const Failure failure = Raises([&text = csv] { ParseMatchRules(text); });

@@ -131,6 +131,8 @@ TEST(TruthFile, BadLinesAreNamed) {
   for (const auto& [csv, reason] : cases) {
     EXPECT_THAT(Raises([&text = csv] { ReadTruth(text); }).description, HasSubstr(reason)) << csv;
   }
+  EXPECT_THAT(Raises([] { ReadTruth("Line,PatientID\n2147483647,1\n", 2); }).description,
+              HasSubstr("line 2: no abstract has"));
 }
 
 }  // namespace

@@ -93,7 +93,7 @@ TEST(Tool, WithoutADatabase) {
 
 TEST(Tool, EveryHelpTellsTheExitCodes) {
   for (const char* command : {"", "init", "generate", "import", "match", "find", "show", "set",
-                              "layout", "eval", "compare", "soundex"}) {
+                              "log", "layout", "eval", "compare", "soundex"}) {
     std::vector<std::string> arguments = {"--help"};
     if (*command != '\0') arguments.insert(arguments.begin(), command);
     const ProgramResult result = Qm(arguments);

@@ -100,7 +100,7 @@ class TenUsers : public testing::TestWithParam<bool> {};
 TEST_P(TenUsers, OfOneRecordOneGetsTheLockEachTime) {
   const bool cases = GetParam();
   const char* wish = std::getenv("QM_LOCK_ROUNDS");
-  const int rounds = wish != nullptr ? std::atoi(wish) : 50;
+  const int rounds = wish != nullptr ? std::atoi(wish) : 1000;
   const TempFolder folder;
   const std::string path = MakeDatabase(folder.File("registry.db"), kScript);
   Users users(path, cases);

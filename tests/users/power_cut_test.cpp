@@ -1,5 +1,6 @@
 // A process that dies at any statement while it saves: what the database then holds.
 #include <gtest/gtest.h>
+#include <qm/audit_log.h>
 #include <qm/error.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -9,6 +10,7 @@
 #include <filesystem>
 #include <set>
 
+#include "session/own_tables.h"
 #include "support/power_cut.h"
 #include "support/small_registry.h"
 
@@ -31,6 +33,7 @@ void SetFields(Abstract& abstract) {
   abstract.SetFieldByName("SocSec", "new");
   abstract.SetFieldByName("TextDx", "new");
   abstract.Update();
+  WriteAudit({"set", "abstract", {}, "all fields", ""});
 }
 
 void Edit(SessionOf& session) {
@@ -65,12 +68,14 @@ TEST_P(PowerCut, LeavesTheOldRecordOrTheNewOneInAllTables) {
   const TempFolder folder;
   const std::string control = MakeDatabase(folder.File("control.db"), ControlScript(SmallFields()));
   const std::string made = MakeDatabase(folder.File("made.db"), RegistryScript());
+  for (const OwnTable& table : OwnTables()) SqliteFile(made).Exec(std::string(table.create));
   const std::string id = std::to_string(c.id);
   const std::string query =
       "SELECT (SELECT LastName FROM Abstracts WHERE AbsRefID = " + id +
       "), (SELECT Remarks LIKE '%new%' FROM Abstracts WHERE AbsRefID = " + id +
       "), (SELECT BirthDate FROM Abstracts_2 WHERE AbsRefID = " + id +
-      "), (SELECT SocSec FROM Abstracts_3 WHERE AbsRefID = " + id + ")";
+      "), (SELECT SocSec FROM Abstracts_3 WHERE AbsRefID = " + id +
+      "), (SELECT count(*) FROM QMAudit)";
   std::set<std::string> seen;
   int moment = 0;
   for (bool killed = true; killed; ++moment) {
@@ -112,8 +117,8 @@ TEST_P(PowerCut, LeavesTheOldRecordOrTheNewOneInAllTables) {
 
 INSTANTIATE_TEST_SUITE_P(
     Records, PowerCut,
-    testing::Values(Case{"Edit", &Edit, 5, "Garcia |0|20010203|123", "new|1|new|new"},
-                    Case{"Add", &Add, 4711, "NULL|NULL|NULL|NULL", "new|1|new|new"}),
+    testing::Values(Case{"Edit", &Edit, 5, "Garcia |0|20010203|123|0", "new|1|new|new|1"},
+                    Case{"Add", &Add, 4711, "NULL|NULL|NULL|NULL|0", "new|1|new|new|1"}),
     [](const auto& test) { return test.param.name; });
 
 }  // namespace
