@@ -1,6 +1,5 @@
 #include "dataaccess/keyword_spelling.h"
 
-#include "dataaccess/sql_scanner.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -26,12 +25,12 @@ bool ExpectsName(const SqlToken& token) {
 
 }  // namespace
 
-std::string WithOrderSpelt(std::string_view text) {
+std::string WithOrderSpelt(std::string_view text, SqlQuoting quoting) {
   if (!Mentions(text)) return std::string(text);
   std::string result;
   std::size_t copied = 0;
   bool from = false;
-  SqlScanner scanner(text);
+  SqlScanner scanner(text, quoting);
   SqlToken before;
   SqlToken token = scanner.Next();
   while (token.kind != SqlToken::Kind::kEnd) {

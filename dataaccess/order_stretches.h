@@ -1,9 +1,9 @@
 // An order of rows as conditions: what stands behind a key, as ranges of the order's index.
 //
 // Behind a key (a, b, identity) stand the rows with the same a and b and a greater identity, then
-// those with the same a and a greater b, then those with a greater a. Each of these stretches is one
-// range of the index; all of them, one after the other, are the rows behind the key in their order.
-// Null stands before every other value.
+// those with the same a and a greater b, then those with a greater a. Each of these stretches is
+// one range of the index; all of them, one after the other, are the rows behind the key in their
+// order. Null stands before every other value.
 #pragma once
 
 #include <string>

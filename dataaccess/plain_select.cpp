@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "dataaccess/sql_scanner.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -23,9 +22,9 @@ bool Among(const SqlToken& token, const Names& names) {
                      [&](std::string_view name) { return token.Is(name); });
 }
 
-std::vector<SqlToken> Tokens(std::string_view text) {
+std::vector<SqlToken> Tokens(std::string_view text, SqlQuoting quoting) {
   std::vector<SqlToken> tokens;
-  SqlScanner scanner(text);
+  SqlScanner scanner(text, quoting);
   for (SqlToken token = scanner.Next(); token.kind != SqlToken::Kind::kEnd;
        token = scanner.Next()) {
     tokens.push_back(token);
@@ -66,8 +65,8 @@ std::size_t EndOf(const SqlToken& token) { return token.offset + token.text.size
 
 }  // namespace
 
-std::optional<PlainSelect> ParsePlainSelect(std::string_view text) {
-  const std::vector<SqlToken> tokens = Tokens(text);
+std::optional<PlainSelect> ParsePlainSelect(std::string_view text, SqlQuoting quoting) {
+  const std::vector<SqlToken> tokens = Tokens(text, quoting);
   const std::size_t count = tokens.size();
   if (count < 4 || !tokens[0].Is("SELECT") || tokens[1].Is("DISTINCT") || tokens[1].Is("ALL")) {
     return std::nullopt;

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "dataaccess/sql_scanner.h"
+
 namespace qm {
 
 struct PlainSelect {
@@ -20,6 +22,6 @@ struct PlainSelect {
   std::string_view reference;   ///< how columns of it are qualified: the alias, or its name
 };
 
-std::optional<PlainSelect> ParsePlainSelect(std::string_view text);
+std::optional<PlainSelect> ParsePlainSelect(std::string_view text, SqlQuoting quoting = {});
 
 }  // namespace qm

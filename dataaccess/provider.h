@@ -19,6 +19,7 @@
 #include <qm/variant.h>
 
 #include "dataaccess/connection_string.h"
+#include "dataaccess/sql_scanner.h"
 
 namespace qm {
 
@@ -91,6 +92,8 @@ class ProviderSession {
   virtual ~ProviderSession() = default;  ///< rolls back and disconnects
 
   virtual void SetCommandTimeout(std::int32_t seconds) = 0;
+  /// How the engine reads quotes and comments in a caller's statement.
+  virtual SqlQuoting Quoting() const { return {}; }
   /// The isolation level that is in force.
   virtual std::int32_t IsolationLevel() const = 0;
 

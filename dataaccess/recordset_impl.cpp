@@ -136,7 +136,7 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
   ProviderSession& session = connection.RequireSession();
   connection.Observe(source_);
   if (!NamesTable(options_)) {
-    RequireSingleStatement(source_);
+    RequireSingleStatement(source_, session.Quoting());
     const bool by_identity = cursor_location_ == kUseServer &&
                              (cursor_type_ == kOpenKeyset || cursor_type_ == kOpenDynamic);
     const bool stream = cursor_location_ != kUseClient && cursor_type_ == kOpenForwardOnly;

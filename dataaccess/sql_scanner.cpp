@@ -24,28 +24,81 @@ bool SqlToken::Is(std::string_view keyword) const {
   return kind == Kind::kWord && EqualsIgnoreCase(text, keyword);
 }
 
+bool SqlScanner::AtLineComment() const {
+  if (!quoting_.hash_comments) return At("--");
+  if (At("#")) return true;
+  if (!At("--")) return false;
+  const auto behind = at_ + 2 < text_.size() ? static_cast<unsigned char>(text_[at_ + 2]) : 0U;
+  return behind <= ' ' || behind == 0x7FU;
+}
+
+bool SqlScanner::AtBlockComment() const {
+  return At("/*") && !(quoting_.hash_comments && (At("/*!") || At("/*M!")));
+}
+
+std::size_t SqlScanner::BlockCommentEnd() const {
+  int depth = 0;
+  for (std::size_t i = at_; i + 1 < text_.size(); ++i) {
+    const std::string_view pair = text_.substr(i, 2);
+    if (pair == "/*" && (depth == 0 || quoting_.nested_comments)) {
+      ++depth;
+      ++i;
+    } else if (pair == "*/") {
+      if (--depth == 0) return i + 2;
+      ++i;
+    }
+  }
+  return text_.size();
+}
+
 void SqlScanner::SkipBlanksAndComments() {
+  const std::string_view line_ends = quoting_.return_ends_comment ? "\n\r" : "\n";
   while (at_ < text_.size()) {
     if (IsBlank(text_[at_])) {
       ++at_;
-    } else if (text_.substr(at_, 2) == "--") {
-      at_ = std::min(text_.find('\n', at_), text_.size());
-    } else if (text_.substr(at_, 2) == "/*") {
-      const std::size_t end = text_.find("*/", at_ + 2);
-      at_ = end == std::string_view::npos ? text_.size() : end + 2;
+    } else if (AtLineComment()) {
+      at_ = std::min(text_.find_first_of(line_ends, at_), text_.size());
+    } else if (AtBlockComment()) {
+      at_ = BlockCommentEnd();
     } else {
       return;
     }
   }
 }
 
-std::size_t SqlScanner::QuotedEnd(char close) const {
-  for (std::size_t i = at_ + 1; i < text_.size(); ++i) {
-    if (text_[i] != close) continue;
-    if (close == ']' || i + 1 == text_.size() || text_[i + 1] != close) return i + 1;
-    ++i;
+std::size_t SqlScanner::QuotedEnd(std::size_t open, char close, bool escapes) const {
+  for (std::size_t i = open + 1; i < text_.size(); ++i) {
+    if (escapes && text_[i] == '\\') {
+      ++i;
+    } else if (text_[i] == close) {
+      if (close == ']' || i + 1 == text_.size() || text_[i + 1] != close) return i + 1;
+      ++i;
+    }
   }
   return text_.size();
+}
+
+// The end of a string in dollars, or where it stands when none begins here.
+std::size_t SqlScanner::DollarQuotedEnd() const {
+  std::size_t end = at_ + 1;
+  while (end < text_.size() && text_[end] != '$' && IsWordPart(text_[end])) ++end;
+  const bool tag = end < text_.size() && text_[end] == '$' && !IsDigit(text_[at_ + 1]);
+  if (!tag) return at_;
+  const std::string_view quote = text_.substr(at_, end + 1 - at_);
+  const std::size_t close = text_.find(quote, end + 1);
+  return close == std::string_view::npos ? text_.size() : close + quote.size();
+}
+
+std::size_t SqlScanner::WordEnd() const {
+  std::size_t end = at_ + 1;
+  const auto at_escape_string = [&] {
+    return (text_[end] == 'E' || text_[end] == 'e') && text_.substr(end + 1).starts_with('\'');
+  };
+  while (end < text_.size() && IsWordPart(text_[end])) {
+    if (quoting_.escape_strings && IsDigit(text_[at_]) && at_escape_string()) break;
+    ++end;
+  }
+  return end;
 }
 
 SqlToken SqlScanner::Next() {
@@ -55,18 +108,28 @@ SqlToken SqlScanner::Next() {
   if (at_ == text_.size()) return token;
   const char first = text_[at_];
   std::size_t end = at_ + 1;
+  bool escapes = false;
   if (first == '\'') {
     token.kind = SqlToken::Kind::kString;
-    end = QuotedEnd(first);
+    escapes = behind_escape_string_;  // a string goes on in the next line
+    end = QuotedEnd(at_, first, escapes);
+  } else if (quoting_.escape_strings && (At("E'") || At("e'"))) {
+    token.kind = SqlToken::Kind::kString;
+    escapes = true;
+    end = QuotedEnd(at_ + 1, '\'', true);
+  } else if (quoting_.escape_strings && first == '$' && DollarQuotedEnd() != at_) {
+    token.kind = SqlToken::Kind::kString;
+    end = DollarQuotedEnd();
   } else if (first == '"' || first == '`' || first == '[') {
     token.kind = SqlToken::Kind::kQuotedName;
-    end = QuotedEnd(ClosingQuote(first));
+    end = QuotedEnd(at_, ClosingQuote(first));
   } else if (IsWordStart(first) || IsDigit(first)) {
     token.kind = IsDigit(first) ? SqlToken::Kind::kNumber : SqlToken::Kind::kWord;
-    while (end < text_.size() && IsWordPart(text_[end])) ++end;
+    end = WordEnd();
   } else {
     token.kind = SqlToken::Kind::kSymbol;
   }
+  behind_escape_string_ = escapes;
   token.text = text_.substr(at_, end - at_);
   at_ = end;
   return token;

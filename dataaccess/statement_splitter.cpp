@@ -4,8 +4,6 @@
 
 #include <qm/error.h>
 
-#include "dataaccess/sql_scanner.h"
-
 namespace qm {
 
 namespace {
@@ -16,10 +14,10 @@ namespace {
 
 }  // namespace
 
-void RequireSingleStatement(std::string_view text) {
+void RequireSingleStatement(std::string_view text, SqlQuoting quoting) {
   // An engine may take the text to end at a zero byte, and so not see what was looked at here.
   if (text.find('\0') != std::string_view::npos) Refuse("The statement holds a zero byte", text);
-  SqlScanner scanner(text);
+  SqlScanner scanner(text, quoting);
   SqlToken token = scanner.Next();
   while (token.IsSymbol(';')) token = scanner.Next();
   if (token.kind == SqlToken::Kind::kEnd) Refuse("The statement is empty", text);

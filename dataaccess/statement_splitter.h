@@ -4,11 +4,13 @@
 
 #include <string_view>
 
+#include "dataaccess/sql_scanner.h"
+
 namespace qm {
 
 /// Refuses (kErrStatement) text that holds no statement, or a second one behind a semicolon. A
 /// closing semicolon, blanks and comments are allowed. Bodies with semicolons of their own
 /// (CREATE TRIGGER) count as several statements.
-void RequireSingleStatement(std::string_view text);
+void RequireSingleStatement(std::string_view text, SqlQuoting quoting = {});
 
 }  // namespace qm

@@ -85,6 +85,46 @@ TEST(Statement, OneACall) {
   }
 }
 
+TEST(Statement, OneACallByTheEnginesOwnQuoting) {
+  constexpr SqlQuoting kNone;
+  constexpr SqlQuoting kEscapes{
+      .escape_strings = true, .nested_comments = true, .return_ends_comment = true};
+  constexpr SqlQuoting kHash{.hash_comments = true};
+  const struct {
+    SqlQuoting quoting;
+    const char* text;
+    bool one;
+    bool one_elsewhere;  // by the standard's quoting
+  } cases[] = {
+      {kEscapes, "SELECT E'a\\'; fine'", true, false},
+      {kEscapes, "SELECT E'a\\', ' ; DROP TABLE t --'", false, true},
+      {kEscapes, "SELECT e'a\\' ; fine'", true, false},
+      {kEscapes, "SELECT E'a' || E'\\\\'; DROP TABLE t --'", false, false},
+      {kEscapes, "SELECT E'\\' '; DROP TABLE t --'", false, true},
+      {kEscapes, "SELECT E'a'\n'b\\' '; DROP TABLE t --'", false, true},
+      {kEscapes, "SELECT 1E'\\' '; DROP TABLE t --'", false, true},
+      {kEscapes, "SELECT 'a\\', '; fine'", true, true},
+      {kEscapes, "SELECT $$it's; fine$$", true, true},
+      {kEscapes, "SELECT $a$ $$ ' $a$; DROP TABLE t --'", false, true},
+      {kEscapes, "SELECT $1$ ; DROP TABLE t $1$", false, false},
+      {kEscapes, "SELECT 1 /* /* */ ; x */", true, false},
+      {kEscapes, "SELECT 1 -- x\r; DROP TABLE t", false, true},
+      {kHash, "SELECT 1 # ; fine", true, false},
+      {kHash, "SELECT 1 # '\n; DROP TABLE t -- '", false, true},
+      {kHash, "SELECT 1 --1; DROP TABLE t", false, true},
+      {kHash, "SELECT 1 -- ; fine", true, true},
+      {kHash, "SELECT 1 /*! ; DROP TABLE t */", false, true},
+      {kHash, "SELECT 1 /* /* ; */", true, true},
+  };
+  for (const auto& c : cases) {
+    const auto one = [&](SqlQuoting quoting) {
+      return Raises([&] { RequireSingleStatement(c.text, quoting); }).number == 0;
+    };
+    EXPECT_EQ(one(c.quoting), c.one) << c.text;
+    EXPECT_EQ(one(kNone), c.one_elsewhere) << c.text;
+  }
+}
+
 TEST(Statement, RowsOfOneTableAreRecognised) {
   const struct {
     const char* text;

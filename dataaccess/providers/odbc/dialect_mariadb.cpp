@@ -34,6 +34,7 @@ class MariaDb : public OdbcDialect {
   bool OneReader() const override { return true; }
   std::string_view CurrentSchema() const override { return "SELECT database()"; }
   bool SchemaIsCatalog() const override { return true; }
+  SqlQuoting Quoting() const override { return {.hash_comments = true}; }
   std::string Quote(std::string_view name) const override {
     std::string quoted = "`";
     for (const char c : name) {

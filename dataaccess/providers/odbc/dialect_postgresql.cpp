@@ -33,6 +33,9 @@ class Postgres : public OdbcDialect {
   std::int32_t IsolationInForce(std::int32_t asked) const override {
     return asked == kIsolationReadUncommitted ? std::int32_t{kIsolationReadCommitted} : asked;
   }
+  SqlQuoting Quoting() const override {
+    return {.escape_strings = true, .nested_comments = true, .return_ends_comment = true};
+  }
   std::string ColumnType(std::string_view type) const override {
     if (EqualsIgnoreCase(type, "TEXT")) return "TEXT COLLATE \"C\"";
     if (EqualsIgnoreCase(type.substr(0, 7), "VARCHAR")) return std::string(type) + " COLLATE \"C\"";

@@ -27,6 +27,7 @@ class SqlServer : public OdbcDialect {
     return "SET LOCK_TIMEOUT " + std::to_string(wait);
   }
   std::string_view CurrentSchema() const override { return "SELECT SCHEMA_NAME()"; }
+  SqlQuoting Quoting() const override { return {.nested_comments = true}; }
   std::string Quote(std::string_view name) const override {
     std::string quoted = "[";
     for (const char c : name) {

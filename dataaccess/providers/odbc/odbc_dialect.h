@@ -37,6 +37,7 @@ class OdbcDialect {
   /// The connection attribute that tells the driver to stream the next statement's rows; 0: none.
   virtual int StreamAttribute() const { return 0; }
 
+  virtual SqlQuoting Quoting() const { return {}; }
   /// A name in the engine's quotes.
   virtual std::string Quote(std::string_view name) const;
   /// A column's type in a statement that makes a table; types are written as SQLite's are.

@@ -59,8 +59,8 @@ std::string WithOptions(std::string text, std::string_view options) {
   return text;
 }
 
-bool IsDefinition(std::string_view text) {
-  const SqlToken first = SqlScanner(text).Next();
+bool IsDefinition(std::string_view text, SqlQuoting quoting) {
+  const SqlToken first = SqlScanner(text, quoting).Next();
   return first.Is("CREATE") || first.Is("DROP") || first.Is("ALTER");
 }
 
@@ -218,7 +218,7 @@ std::unique_ptr<ProviderStatement> OdbcSession::Prepare(std::string_view text, b
   std::shared_ptr<const OdbcTable> table;
   std::string prepared(text);
   if (with_identity) {
-    if (const auto plain = ParsePlainSelect(text)) {
+    if (const auto plain = ParsePlainSelect(text, Quoting())) {
       auto info = catalog_->Table(plain->table);
       if (info && !info->keys.empty()) {
         table = std::make_shared<OdbcTable>(std::move(info), *dialect_, *plain);
@@ -227,7 +227,7 @@ std::unique_ptr<ProviderStatement> OdbcSession::Prepare(std::string_view text, b
     }
   }
   std::function<void()> ran;
-  if (IsDefinition(text)) {
+  if (IsDefinition(text, Quoting())) {
     ran = [this] { catalog_->Forget(); };
   }
   return std::make_unique<OdbcRowStatement>(

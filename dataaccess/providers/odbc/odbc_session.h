@@ -35,6 +35,7 @@ class OdbcSession : public ProviderSession {
 
   void SetCommandTimeout(std::int32_t seconds) override;
   std::int32_t IsolationLevel() const override { return isolation_level_; }
+  SqlQuoting Quoting() const override { return dialect_->Quoting(); }
   std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
                                              bool stream) override;
   std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) override;

@@ -33,7 +33,7 @@ class Translation {
  public:
   Translation(std::string_view text, const OdbcDialect& dialect, OdbcCatalog& catalog)
       : text_(text), dialect_(dialect), catalog_(catalog) {
-    SqlScanner scanner(text);
+    SqlScanner scanner(text, dialect.Quoting());
     for (SqlToken token = scanner.Next(); token.kind != SqlToken::Kind::kEnd;
          token = scanner.Next()) {
       tokens_.push_back(token);
@@ -46,9 +46,7 @@ class Translation {
       const std::string index = UnquoteName(tokens_[2].text);
       return dialect_.DropIndex(index, catalog_.TableOfIndex(index).value_or(std::string()));
     }
-    FindTables();
-    for (std::size_t i = 0; i < tokens_.size(); ++i) Token(i);
-    return Finish();
+    return Names();
   }
 
  private:
@@ -68,6 +66,12 @@ class Translation {
   std::string Finish() {
     result_ += text_.substr(written_);
     return std::move(result_);
+  }
+
+  std::string Names() {
+    FindTables();
+    for (std::size_t i = 0; i < tokens_.size(); ++i) Token(i);
+    return Finish();
   }
 
   // The tables that the statement names, by the place of their names.
@@ -145,13 +149,16 @@ class Translation {
       std::string statement = Finish();
       return statement.append(dialect_.TableOptions());
     }
-    if (!IsWord(i, "INDEX") || !IsWord(i + 2, "ON")) return Finish();
+    if (!IsWord(i, "INDEX") || !IsWord(i + 2, "ON")) return Names();
     QuoteAt(i + 1);
     const auto table =
         i + 3 < tokens_.size() ? catalog_.Table(UnquoteName(tokens_[i + 3].text)) : nullptr;
-    if (table == nullptr) return Finish();
-    Replace(tokens_[i + 3], dialect_.Quote(table->name));
-    tables_.push_back({i + 3, table});
+    if (table != nullptr) {
+      Replace(tokens_[i + 3], dialect_.Quote(table->name));
+      tables_.push_back({i + 3, table});
+    } else {
+      QuoteAt(i + 3);
+    }
     for (std::size_t at = i + 4; at < tokens_.size(); ++at) Token(at);
     return Finish();
   }
@@ -177,7 +184,7 @@ class Translation {
           QuoteAt(i);
           i = Type(i + 1);
         }
-      } else if (names && depth == 2) {
+      } else if ((names && depth == 2) || token.kind == SqlToken::Kind::kQuotedName) {
         QuoteAt(i);
       }
     }
@@ -216,7 +223,7 @@ class Translation {
 
 std::string TranslateStatement(std::string_view text, const OdbcDialect& dialect,
                                OdbcCatalog& catalog) {
-  const std::string spelt = WithOrderSpelt(text);
+  const std::string spelt = WithOrderSpelt(text, dialect.Quoting());
   return Translation(spelt, dialect, catalog).Result();
 }
 
