@@ -87,16 +87,16 @@ std::vector<std::string> DefaultRules() {
     statements.push_back(
         "INSERT INTO tblBlockingParameters (BlockingID, AbstractField, PatientField, ignorevalues)"
         " VALUES (" +
-        std::to_string(++key) + ", " + SqlText(rule.abstract_field) + ", " + SqlText(rule.patient_field) + ", " +
-        SqlText(rule.ignore_values) + ")");
+        std::to_string(++key) + ", " + SqlText(rule.abstract_field) + ", " +
+        SqlText(rule.patient_field) + ", " + SqlText(rule.ignore_values) + ")");
   }
   key = 0;
   for (const MatchingRule& rule : kMatchingRules) {
     statements.push_back(
         "INSERT INTO tblMatchingParameters (MatchingID, FieldName, Weight, MissingValues,"
         " ExactMatch, StringComparatorParam, AliasName, ignore) VALUES (" +
-        std::to_string(++key) + ", " + SqlText(rule.field) + ", " + std::to_string(rule.weight) + ", " +
-        (rule.missing_values.empty() ? "NULL" : SqlText(rule.missing_values)) + ", " +
+        std::to_string(++key) + ", " + SqlText(rule.field) + ", " + std::to_string(rule.weight) +
+        ", " + (rule.missing_values.empty() ? "NULL" : SqlText(rule.missing_values)) + ", " +
         (rule.exact ? "1, " : "0, ") + std::to_string(rule.comparator) + ", " +
         SqlText(rule.alias) + ", 0)");
   }

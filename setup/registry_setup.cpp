@@ -1,15 +1,14 @@
 #include <qm/registry_setup.h>
 
 #include <qm/error.h>
-#include <qm/recordset.h>
 
 #include <array>
 #include <chrono>
-#include <fstream>
 #include <optional>
 #include <system_error>
 
 #include "runtime/private_file.h"
+#include "setup/database_file.h"
 #include "setup/schema.h"
 
 namespace qm {
@@ -97,17 +96,6 @@ class WorkFolder {
   bool made_ = false;
 };
 
-std::shared_ptr<Connection> MakeDatabase(const fs::path& file) {
-  std::ofstream created(file);
-  created.close();
-  fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
-  auto connection = Connection::Create();
-  connection->Open(SqliteConnectionString(file));
-  // The mode stays with the file; readers and a writer then do not shut each other out.
-  connection->Execute("PRAGMA journal_mode=WAL")->Close();
-  return connection;
-}
-
 // Puts a file in place without ever replacing one that came about meanwhile.
 void Place(const fs::path& from, const fs::path& to) {
   std::error_code code;
@@ -120,8 +108,8 @@ void Place(const fs::path& from, const fs::path& to) {
 void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
   RequireNoRegistry(folder);
   const WorkFolder work(folder);
-  const auto registry = MakeDatabase(work.File(kFiles[0]));
-  const auto control = MakeDatabase(work.File(kFiles[1]));
+  const auto registry = MakeDatabaseFile(work.File(kFiles[0]));
+  const auto control = MakeDatabaseFile(work.File(kFiles[1]));
   CreateRegistry(registry, control, setup);
   registry->Close();
   control->Close();
@@ -159,6 +147,20 @@ void CreateRegistryFolder(const fs::path& folder, const RegistrySetup& setup) {
   LoadShippedLayouts(setup.layouts);  // an unknown name is refused before anything is made
   try {
     BuildFolder(folder, setup);
+  } catch (const fs::filesystem_error& error) {
+    throw Error(kErrEngine, kSource, error.what());
+  }
+}
+
+void MakeEmptyFolder(const fs::path& folder) {
+  try {
+    if (!fs::exists(folder)) {
+      if (folder.has_parent_path()) fs::create_directories(folder.parent_path());
+      MakePrivateFolder(folder);
+    }
+    for (const char* name : kFiles) {
+      if (!fs::exists(folder / name)) MakeDatabaseFile(folder / name)->Close();
+    }
   } catch (const fs::filesystem_error& error) {
     throw Error(kErrEngine, kSource, error.what());
   }

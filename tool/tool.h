@@ -71,7 +71,9 @@ inline void AddFormatOption(CLI::App& command, Tool& tool, bool xml = false) {
 
 /// The table of commands.
 using AddFunction = void (*)(CLI::App& app, Tool& tool);
+void AddCheck(CLI::App& app, Tool& tool);
 void AddCompare(CLI::App& app, Tool& tool);
+void AddCopy(CLI::App& app, Tool& tool);
 void AddDisplay(CLI::App& app, Tool& tool);
 void AddEval(CLI::App& app, Tool& tool);
 void AddExport(CLI::App& app, Tool& tool);

@@ -86,7 +86,9 @@ std::vector<std::string> FirstColumn(const std::vector<std::vector<std::string>>
 // The schema whose tables bare names mean, in the standard's catalog.
 std::string OfSchema(std::string_view alias, bool postgres, bool sql_server) {
   return std::string(alias) + "table_schema = " +
-         (postgres ? "current_schema()" : sql_server ? "schema_name()" : "database()");
+         (postgres     ? "current_schema()"
+          : sql_server ? "schema_name()"
+                       : "database()");
 }
 
 }  // namespace
@@ -119,8 +121,8 @@ std::vector<CatalogColumn> DatabaseCatalog::Columns(std::string_view table) cons
 
 std::vector<std::string> DatabaseCatalog::KeyColumns(std::string_view table) const {
   if (engine_ == Engine::kSqlite) {
-    return FirstColumn(Ask("SELECT name FROM pragma_table_info(" + SqlText(table) +
-                           ") WHERE pk > 0 ORDER BY pk"));
+    return FirstColumn(
+        Ask("SELECT name FROM pragma_table_info(" + SqlText(table) + ") WHERE pk > 0 ORDER BY pk"));
   }
   return FirstColumn(
       Ask("SELECT k.column_name FROM information_schema.table_constraints c JOIN "

@@ -41,6 +41,10 @@ QM_API void CreateRegistry(const std::shared_ptr<Connection>& registry,
 QM_API void CreateRegistryFolder(const std::filesystem::path& folder,
                                  const RegistrySetup& setup = {});
 
+/// Makes both files empty, where they are missing, in a folder that is made when it is missing: a
+/// place that a registry can be copied to.
+QM_API void MakeEmptyFolder(const std::filesystem::path& folder);
+
 /// The connection string of a database file on SQLite.
 QM_API std::string SqliteConnectionString(const std::filesystem::path& file);
 
