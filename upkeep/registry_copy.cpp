@@ -129,18 +129,23 @@ class RegistryCopy {
   // Everything before the first row; the place counts as unfinished only when it is done, so a
   // run that was interrupted here begins again.
   void Begin() {
+    const std::vector<std::string> registry = DatabaseCatalog(to_.registry).Tables();
+    const std::vector<std::string> control = DatabaseCatalog(to_.control).Tables();
+    std::vector<const Way*> there;
+    for (const Way& way : ways_) {
+      if (!Among(way.to == to_.control ? control : registry, way.table.name)) continue;
+      RequireColumns(way);
+      there.push_back(&way);
+    }
     for (const auto& to : {to_.registry, to_.control}) {
       if (!Among(DatabaseCatalog(to).Tables(), kMark)) to->Execute(kMakeMark);
     }
     RequireOtherPlace();
-    const std::vector<std::string> there = DatabaseCatalog(to_.registry).Tables();
-    const std::vector<std::string> control_there = DatabaseCatalog(to_.control).Tables();
     for (const Way& way : ways_) {
-      if (Among(way.to == to_.control ? control_there : there, way.table.name)) {
-        RequireColumns(way);
-        way.to->Execute("DELETE FROM " + Bracketed(way.table.name));
-      } else {
+      if (std::ranges::find(there, &way) == there.end()) {
         Make(way);
+      } else {
+        way.to->Execute("DELETE FROM " + Bracketed(way.table.name));
       }
     }
     const auto now = std::chrono::system_clock::now().time_since_epoch().count();
