@@ -125,6 +125,7 @@ class ProviderSession {
   virtual Row InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) = 0;
 
   virtual void BeginTransaction() = 0;  ///< takes the write lock where the engine has one
+  virtual bool BeginTakesTheWriteLock() const { return true; }
   virtual void CommitTransaction() = 0;
   virtual void RollbackTransaction() = 0;
   /// The engine's own view: an engine may roll back by itself after some failures.

@@ -13,6 +13,7 @@
 #include <qm/hooks.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/connection_impl.h"
 #include "session/session_state.h"
 
 namespace qm {
@@ -60,14 +61,30 @@ Variant PlusOne(const Variant& value) {
   return is_long ? Variant(static_cast<std::int32_t>(next)) : Variant(next);
 }
 
+bool BeginTakesTheWriteLock(const std::shared_ptr<Connection>& registry) {
+  const auto own = std::dynamic_pointer_cast<ConnectionImpl>(registry);
+  return !own || own->RequireSession().BeginTakesTheWriteLock();
+}
+
 // The transaction of one pass. Taking the write lock before the counter is read makes users who
 // come at once wait for each other; without it, whoever waits at the update finds the row changed.
+// Where the engine locks rows, they wait for the counter's row.
 // There is none inside a transaction of the caller's, nor where the lock does not come within a
 // second: the pass then runs as it is, and its update meets the time-out.
 class PassTransaction {
  public:
-  explicit PassTransaction(std::shared_ptr<Connection> registry) : registry_(std::move(registry)) {
+  PassTransaction(std::shared_ptr<Connection> registry, const std::string& sql)
+      : registry_(std::move(registry)) {
     if (registry_->State() != kStateOpen) return;
+    if (!BeginTakesTheWriteLock(registry_)) {
+      ErrorState unheeded;
+      unheeded.Run([&] {
+        registry_->BeginTrans();
+        begun_ = true;
+        LockRow(sql);
+      });
+      return;
+    }
     const std::int32_t timeout = registry_->CommandTimeout();
     if (timeout != 1) registry_->SetCommandTimeout(1);
     try {
@@ -98,6 +115,14 @@ class PassTransaction {
   }
 
  private:
+  // An edit that changes nothing. Should the row have changed since it was read, it is locked all
+  // the same, until the transaction ends.
+  void LockRow(const std::string& sql) {
+    const auto row = registry_->CreateRecordset();
+    row->Open(sql, registry_, kOpenDynamic, kLockPessimistic);
+    if (!row->Eof()) row->SetValue("BaseID", row->Value("BaseID"));
+  }
+
   std::shared_ptr<Connection> registry_;
   bool begun_ = false;
 };
@@ -129,7 +154,7 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
   for (;;) {
     // Asked for on each pass: whoever answers the question may have connected anew.
     const std::shared_ptr<Connection> registry = CurrentSession().gcnRegistry.Get();
-    PassTransaction pass(registry);
+    PassTransaction pass(registry, sql);
     error.Run(
         [&] { counter->Open(sql, registry, kOpenDynamic, kLockOptimistic, kOptionsUnspecified); });
     bool at_end = false;

@@ -47,8 +47,8 @@ class Postgres : public OdbcDialect {
   }
   int PlacesOfSame() const override { return 1; }
   std::string_view LockClause() const override { return " FOR UPDATE"; }
-  std::string_view OrderTerm(bool descending) const override {
-    return descending ? " DESC NULLS LAST" : " ASC NULLS FIRST";
+  std::string_view NullOrder(bool descending) const override {
+    return descending ? " NULLS LAST" : " NULLS FIRST";
   }
   std::string Returning(std::string_view columns, bool) const override {
     return " RETURNING " + std::string(columns);

@@ -114,7 +114,8 @@ std::shared_ptr<const OdbcTableInfo> OdbcCatalog::Table(std::string_view name) {
     table->AddColumn(
         {Text(row[3]),
          {static_cast<SQLSMALLINT>(Whole(row[4])), static_cast<SQLULEN>(std::max(Whole(row[6]), 0)),
-          static_cast<SQLSMALLINT>(Whole(row[8]))}});
+          static_cast<SQLSMALLINT>(Whole(row[8]))},
+         row[10] != Variant(std::int32_t{SQL_NO_NULLS})});
   }
   if (!table->is_view) {
     std::vector<Row> keys = Ask("keys", *actual);

@@ -22,6 +22,7 @@ namespace qm {
 struct OdbcColumn {
   std::string name;
   OdbcPlace place;
+  bool nullable = true;
 };
 
 struct OdbcTableInfo {

@@ -54,8 +54,8 @@ class OdbcDialect {
   /// What stands behind a row's statement, or behind its table, so that reading locks the row.
   virtual std::string_view LockClause() const { return ""; }
   virtual std::string_view LockHint() const { return ""; }
-  /// How texts of that column are ordered byte for byte, where that is not their own order.
-  virtual std::string_view OrderTerm(bool descending) const { return descending ? " DESC" : ""; }
+  /// What stands behind a term of an order whose column may be Null, so that Null is the least.
+  virtual std::string_view NullOrder(bool /*descending*/) const { return ""; }
   /// The statement with at most so many rows; `select` begins with "SELECT ".
   virtual std::string Limit(std::string_view select, int count) const;
   /// What stands behind an insert or update so that it gives columns back; empty when it cannot.

@@ -228,7 +228,10 @@ std::unique_ptr<ProviderStatement> OdbcSession::Prepare(std::string_view text, b
   }
   std::function<void()> ran;
   if (IsDefinition(text, Quoting())) {
-    ran = [this] { catalog_->Forget(); };
+    ran = [this] {
+      catalog_->Forget();
+      idle_statements_.clear();
+    };
   }
   return std::make_unique<OdbcRowStatement>(
       std::make_unique<OdbcStatement>(*this, Translate(prepared), text), std::move(table), stream,

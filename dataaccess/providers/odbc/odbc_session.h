@@ -49,6 +49,7 @@ class OdbcSession : public ProviderSession {
                  std::span<ColumnChange> changes) override;
   Row InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) override;
   void BeginTransaction() override;
+  bool BeginTakesTheWriteLock() const override { return false; }
   void CommitTransaction() override { EndTransaction(SQL_COMMIT); }
   void RollbackTransaction() override { EndTransaction(SQL_ROLLBACK); }
   bool InTransaction() const override { return in_transaction_; }

@@ -113,8 +113,8 @@ const OdbcPlace& OdbcTable::KeyPlace(std::size_t i) const {
 }
 
 void OdbcOrder::Add(const OdbcDialect& dialect, const OdbcColumn& column, bool descending,
-                    bool nullable, std::size_t place) {
-  terms.push_back({dialect.Quote(column.name), descending, nullable});
+                    std::size_t place) {
+  terms.push_back({dialect.Quote(column.name), descending, column.nullable});
   kinds.push_back(column.place);
   places_.push_back(place);
 }
@@ -124,12 +124,9 @@ std::string OdbcOrder::OrderText(const OdbcDialect& dialect, bool backward) cons
   for (const OrderTerm& term : terms) {
     const bool descending = term.descending != backward;
     text.append(text.empty() ? " ORDER BY " : ", ").append(term.column);
+    if (descending) text += " DESC";
     // What is never Null needs no word about it, which would keep the engine from its index.
-    if (term.nullable) {
-      text += dialect.OrderTerm(descending);
-    } else if (descending) {
-      text += " DESC";
-    }
+    if (term.nullable) text += dialect.NullOrder(descending);
   }
   return text;
 }
@@ -150,14 +147,14 @@ std::shared_ptr<const OdbcOrder> FindOdbcOrder(OdbcCatalog& catalog, const OdbcD
       const auto column = std::ranges::find_if(
           shape.columns, [&](const Column& c) { return EqualsIgnoreCase(c.origin, part.column); });
       if (column == shape.columns.end()) return nullptr;
-      order->Add(dialect, *table.FindColumn(part.column), part.descending, !index->primary,
+      order->Add(dialect, *table.FindColumn(part.column), part.descending,
                  static_cast<std::size_t>(column - shape.columns.begin()));
     }
     order->index_width_ = index->parts.size();
     if (index->primary) return order;
   }
   for (std::size_t i = 0; i < table.keys.size(); ++i) {
-    order->Add(dialect, *table.FindColumn(table.keys[i]), false, false, shape.columns.size() + i);
+    order->Add(dialect, *table.FindColumn(table.keys[i]), false, shape.columns.size() + i);
   }
   return order;
 }

@@ -64,7 +64,7 @@ class OdbcOrder : public RowOrder {
                                                         const OdbcDialect& dialect,
                                                         const RowShape& shape,
                                                         std::string_view index);
-  void Add(const OdbcDialect& dialect, const OdbcColumn& column, bool descending, bool nullable,
+  void Add(const OdbcDialect& dialect, const OdbcColumn& column, bool descending,
            std::size_t place);
 
   std::vector<std::size_t> places_;

@@ -1,6 +1,8 @@
 #include "dataaccess/providers/odbc/odbc_translation.h"
 
 #include <algorithm>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "dataaccess/keyword_spelling.h"
@@ -22,6 +24,13 @@ constexpr std::string_view kBeforeTable[] = {"FROM", "JOIN", "INTO", "UPDATE", "
 constexpr std::string_view kBehindTables[] = {"WHERE", "ORDER", "GROUP",  "SET",  "VALUES",
                                               "ON",    "LIMIT", "SELECT", "UNION"};
 constexpr std::string_view kColumnless[] = {"PRIMARY", "UNIQUE", "FOREIGN", "CHECK", "CONSTRAINT"};
+
+constexpr std::string_view kBehindOrder[] = {"LIMIT", "OFFSET", "FETCH", "FOR", "UNION", "NULLS"};
+constexpr std::string_view kArithmetic = "+-*/%|.&^~";
+
+std::string WithoutZeros(std::string_view digits) {
+  return std::string(digits.substr(std::min(digits.find_first_not_of('0'), digits.size() - 1)));
+}
 
 template <typename Words>
 bool Among(const SqlToken& token, const Words& words) {
@@ -63,6 +72,14 @@ class Translation {
     written_ = token.offset + token.text.size();
   }
 
+  // Writes that behind the token.
+  void Append(const SqlToken& token, std::string_view addition) {
+    const std::size_t end = token.offset + token.text.size();
+    if (end > written_) result_.append(text_.substr(written_, end - written_));
+    written_ = end;
+    result_.append(addition);
+  }
+
   std::string Finish() {
     result_ += text_.substr(written_);
     return std::move(result_);
@@ -70,7 +87,12 @@ class Translation {
 
   std::string Names() {
     FindTables();
-    for (std::size_t i = 0; i < tokens_.size(); ++i) Token(i);
+    FindOrderTerms();
+    for (std::size_t i = 0; i < tokens_.size(); ++i) {
+      Token(i);
+      const auto order = null_orders_.find(i);
+      if (order != null_orders_.end()) Append(tokens_[i], dialect_.NullOrder(order->second));
+    }
     return Finish();
   }
 
@@ -103,11 +125,96 @@ class Translation {
     return nullptr;
   }
 
-  const std::string* FindColumn(std::string_view name) const {
+  const OdbcColumn* FindColumn(std::string_view name) const {
     for (const auto& [at, table] : tables_) {
-      if (const OdbcColumn* column = table->FindColumn(name)) return &column->name;
+      if (const OdbcColumn* column = table->FindColumn(name)) return column;
     }
     return nullptr;
+  }
+
+  // The column that the token names, if it names one; a qualifier before it is no matter.
+  const OdbcColumn* ColumnAt(std::size_t i) const {
+    if (i >= tokens_.size() || !tokens_[i].IsName() || IsSymbol(i + 1, '.')) return nullptr;
+    const bool keyword = tokens_[i].kind == SqlToken::Kind::kWord && Among(tokens_[i], kStructure);
+    return keyword ? nullptr : FindColumn(UnquoteName(tokens_[i].text));
+  }
+
+  // Where the name that ends there begins, with its qualifier.
+  std::size_t NameStart(std::size_t i) const { return i >= 2 && IsSymbol(i - 1, '.') ? i - 2 : i; }
+
+  bool IsOperator(std::size_t i) const {
+    return i < tokens_.size() && tokens_[i].kind == SqlToken::Kind::kSymbol &&
+           kArithmetic.find(tokens_[i].text) != std::string_view::npos;
+  }
+  bool IsComparison(std::size_t i) const {
+    return IsSymbol(i, '=') || IsSymbol(i, '<') || IsSymbol(i, '>') || IsSymbol(i, '!');
+  }
+  bool IsTextColumn(std::size_t i) const {
+    const OdbcColumn* column = ColumnAt(i);
+    return column != nullptr && KindOf(column->place.sql_type) == OdbcKind::kText;
+  }
+
+  // A whole number that stands alone is compared with a column of texts as the text it is: some
+  // engines refuse that comparison, others read the texts as numbers.
+  bool IsComparedAsText(std::size_t i) const {
+    const SqlToken& token = tokens_[i];
+    if (token.kind != SqlToken::Kind::kNumber || i < 2 || IsOperator(i - 1) || IsOperator(i + 1) ||
+        token.text.find_first_not_of("0123456789") != std::string_view::npos) {
+      return false;
+    }
+    std::size_t before = i - 1;
+    if (IsComparison(before)) {
+      while (before > 0 && IsComparison(before)) --before;
+      return IsTextColumn(before) && !(NameStart(before) > 0 && IsOperator(NameStart(before) - 1));
+    }
+    std::size_t behind = i + 1;
+    while (IsComparison(behind)) ++behind;
+    if (behind > i + 1) {
+      if (IsSymbol(behind + 1, '.')) behind += 2;
+      return IsTextColumn(behind) && !IsOperator(behind + 1);
+    }
+    while (before > 1 &&
+           (IsSymbol(before, ',') || tokens_[before].kind == SqlToken::Kind::kNumber ||
+            tokens_[before].kind == SqlToken::Kind::kString)) {
+      --before;
+    }
+    if (before < 2 || !IsSymbol(before, '(') || !IsWord(before - 1, "IN")) return false;
+    return IsTextColumn(before - (IsWord(before - 2, "NOT") ? 3 : 2));
+  }
+
+  // Notes what stands behind the terms of every ORDER BY.
+  void FindOrderTerms() {
+    for (std::size_t i = 0; i + 2 < tokens_.size(); ++i) {
+      if (!IsWord(i, "ORDER") || !IsWord(i + 1, "BY")) continue;
+      std::size_t start = i + 2;
+      for (std::size_t end = start; start < tokens_.size(); start = ++end) {
+        end = EndOfTerm(start);
+        NoteOrderTerm(start, end);
+        if (!IsSymbol(end, ',')) break;
+      }
+    }
+  }
+
+  std::size_t EndOfTerm(std::size_t i) const {
+    int depth = 0;
+    for (; i < tokens_.size(); ++i) {
+      if (depth == 0 && (IsSymbol(i, ',') || IsSymbol(i, ')') || IsSymbol(i, ';') ||
+                         Among(tokens_[i], kBehindOrder))) {
+        break;
+      }
+      if (IsSymbol(i, '(')) ++depth;
+      if (IsSymbol(i, ')')) --depth;
+    }
+    return i;
+  }
+
+  void NoteOrderTerm(std::size_t start, std::size_t end) {
+    if (start == end) return;
+    std::size_t last = end - 1;
+    const bool descending = IsWord(last, "DESC");
+    if ((descending || IsWord(last, "ASC")) && last > start) --last;
+    const OdbcColumn* column = NameStart(last) == start ? ColumnAt(last) : nullptr;
+    if (column != nullptr && column->nullable) null_orders_[end - 1] = descending;
   }
 
   const OdbcTableInfo* FindQualifier(std::string_view name) const {
@@ -119,6 +226,7 @@ class Translation {
 
   void Token(std::size_t i) {
     const SqlToken& token = tokens_[i];
+    if (IsComparedAsText(i)) return Replace(token, "'" + WithoutZeros(token.text) + "'");
     if (!token.IsName()) return;
     if (const OdbcTableInfo* table = TableAt(i)) return Replace(token, dialect_.Quote(table->name));
     const bool bare = token.kind == SqlToken::Kind::kWord;
@@ -128,8 +236,8 @@ class Translation {
       if (const OdbcTableInfo* table = FindQualifier(name)) {
         return Replace(token, dialect_.Quote(table->name));
       }
-    } else if (const std::string* column = FindColumn(name)) {
-      return Replace(token, dialect_.Quote(*column));
+    } else if (const OdbcColumn* column = FindColumn(name)) {
+      return Replace(token, dialect_.Quote(column->name));
     }
     if (!bare) Replace(token, dialect_.Quote(name));
   }
@@ -159,7 +267,17 @@ class Translation {
     } else {
       QuoteAt(i + 3);
     }
-    for (std::size_t at = i + 4; at < tokens_.size(); ++at) Token(at);
+    for (std::size_t at = i + 4; at < tokens_.size(); ++at) {
+      Token(at);
+      const OdbcColumn* column = ColumnAt(at);
+      if (column == nullptr || !column->nullable) continue;
+      // In the order that tables are paged in.
+      if (IsSymbol(at + 1, ',') || IsSymbol(at + 1, ')')) {
+        Append(tokens_[at], dialect_.NullOrder(false));
+      } else if (IsWord(at + 1, "DESC")) {
+        Append(tokens_[++at], dialect_.NullOrder(true));
+      }
+    }
     return Finish();
   }
 
@@ -215,6 +333,7 @@ class Translation {
   OdbcCatalog& catalog_;
   std::vector<SqlToken> tokens_;
   std::vector<Named> tables_;
+  std::map<std::size_t, bool> null_orders_;  // by the last token of a term; whether it descends
   std::string result_;
   std::size_t written_ = 0;
 };
