@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <utility>
 
 #include "runtime/text.h"
 
@@ -39,11 +40,33 @@ constexpr std::string_view kTellable[] = {"attempt to write a readonly database"
                                           "database disk image is malformed",
                                           "file is not a database"};
 
+// How servers and their drivers say that a connection is gone.
+constexpr std::string_view kLost[] = {"server closed the connection", "no connection to the server",
+                                      "terminating connection",       "server has gone away",
+                                      "Lost connection to",           "Communication link failure"};
+
+// What a name that the database lacks stands between.
+constexpr std::pair<std::string_view, std::string_view> kMissing[] = {
+    {"no such column: ", ""},
+    {"no such table: ", ""},
+    {"ERROR: column ", " does not exist"},
+    {"ERROR: relation ", " does not exist"},
+    {"Unknown column '", "'"},
+    {"Table '", "' doesn't exist"}};
+
 // A name that the database lacks comes from the statement's own words, not from a record: values
 // stand between quotes there.
 std::string TellablePart(std::string_view engine_text) {
-  for (const std::string_view start : {"no such column: ", "no such table: "}) {
-    if (engine_text.starts_with(start)) return ", " + std::string(engine_text);
+  for (const std::string_view lost : kLost) {
+    if (engine_text.find(lost) != std::string_view::npos) {
+      return ", the connection to the server was lost";
+    }
+  }
+  for (const auto& [start, end] : kMissing) {
+    if (!engine_text.starts_with(start)) continue;
+    const std::size_t at = engine_text.find(end, start.size());
+    if (at == std::string_view::npos) continue;
+    return ", " + std::string(end.empty() ? engine_text : engine_text.substr(0, at + end.size()));
   }
   const bool column = engine_text.find(" has no column named ") != std::string_view::npos;
   return column || std::find(std::begin(kTellable), std::end(kTellable), engine_text) !=
