@@ -164,6 +164,15 @@ TEST_P(Conformance, NamesAreFoundInEverySpelling) {
   auto rows = Rows("SELECT * FROM patients", kOpenStatic);
   EXPECT_EQ(rows->FieldName(3), "Default");
   EXPECT_EQ(rows->FieldOrdinal("WEIGHT"), 4);
+  // Columns under other names are written where they come from.
+  rows = Rows(
+      "SELECT p.LastName AS Surname, Ignore + 1 AS LastName FROM Patients AS p"
+      " WHERE p.PatientID = 1",
+      kOpenKeyset, kLockOptimistic);
+  rows->SetValue("Surname", "X");
+  EXPECT_EQ(Raises([&] { rows->SetValue("LastName", "Y"); }).number, kErrNotSupported);
+  rows->Update();
+  EXPECT_EQ(NameOf(1), "X");
 }
 
 TEST_P(Conformance, FailuresHaveTheirNumbers) {
@@ -281,6 +290,7 @@ TEST_P(Conformance, EveryCursorGivesAllRows) {
     EXPECT_EQ(stream->Value(1).Get<std::string>().size(), 3000U);
     if (count % 50 == 0) {
       EXPECT_EQ(Query("SELECT count(*) FROM Patients"), "608");
+      EXPECT_EQ(Raises([&] { Query("SELECT * FROM nothing"); }).number, kErrNoSuchTable);
     }
     if (count == 300) connection_->Execute("UPDATE Patients SET Remarks = 'z'");
   }

@@ -56,7 +56,9 @@ class MariaDb : public OdbcDialect {
   }
   std::string Same(std::string_view column, bool text) const override {
     if (!text) return std::string(column) + " <=> ?";
-    return "CAST(" + std::string(column) + " AS BINARY) <=> CAST(? AS BINARY)";
+    // A column of another character set than the session's holds other bytes.
+    return "CAST(CONVERT(" + std::string(column) +
+           " USING utf8mb4) AS BINARY) <=> CAST(? AS BINARY)";
   }
   int PlacesOfSame() const override { return 1; }
   std::string_view LockClause() const override { return " FOR UPDATE"; }
