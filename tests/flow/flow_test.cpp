@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "support/run_program.h"
+#include "support/servers.h"
 
 namespace qm::test {
 namespace {
@@ -16,15 +17,21 @@ TEST(Flow, FromAnEmptyFolderToAConsolidatedFile) {
   setenv("QM", QM_TOOL, 1);
   setenv("PATIENTS", "100", 1);
   setenv("INCOMING", "15", 1);
-  const TempFolder folders[2];
-  ProgramResult results[2];
-  for (int i = 0; i < 2; ++i) {
-    const std::string folder = folders[i].File("registry");
-    results[i] = RunProgram({"/bin/bash", QM_FLOW, folder});
-    ASSERT_EQ(results[i].exit_code, 0) << results[i].out << results[i].err;
-    EXPECT_EQ(results[i].err, "");
+  std::vector<ProgramResult> results;
+  for (const char* engine : {"", "", "PostgreSQL", "MariaDB"}) {  // files, twice
+    const ScratchDatabase database(*engine == '\0' ? "SQLite" : engine);
+    if (!database.Missing().empty()) continue;
+    for (const char* variable : {"QM_REGISTRY", "QM_CONTROL"}) {
+      setenv(variable, *engine == '\0' ? "" : database.ConnectionString().c_str(), 1);
+    }
+    const TempFolder folder;
+    results.push_back(RunProgram({"/bin/bash", QM_FLOW, folder.File("registry")}));
+    ASSERT_EQ(results.back().exit_code, 0) << results.back().out << results.back().err;
+    EXPECT_EQ(results.back().err, "");
+    EXPECT_EQ(results.back().out, results[0].out) << "the same on every run and " << engine;
   }
-  EXPECT_EQ(results[0].out, results[1].out) << "the same on every run";
+  unsetenv("QM_REGISTRY");
+  unsetenv("QM_CONTROL");
   EXPECT_THAT(results[0].out, ContainsRegex("linked [1-9][0-9]* abstracts, left [1-9]"));
   EXPECT_THAT(results[0].out, ContainsRegex("linked 0, new 0, declined 0, skipped [1-9][0-9]*, "
                                             "failed 0"));

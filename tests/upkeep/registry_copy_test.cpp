@@ -2,10 +2,12 @@
 // there.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <qm/registry_check.h>
 #include <qm/registry_copy.h>
 #include <qm/registry_setup.h>
 
 #include "support/raises.h"
+#include "support/servers.h"
 #include "support/sqlite_fixture.h"
 
 namespace qm::test {
@@ -24,7 +26,8 @@ class RegistryCopyTest : public testing::Test {
         "INSERT INTO Patients (PatientID, LastName, FirstName) SELECT i * 3, 'NAME' || i, "
         "CASE i % 4 WHEN 0 THEN NULL WHEN 1 THEN '' WHEN 2 THEN 'O''NEIL \\' ELSE ' MUÑOZ ' END "
         "FROM n; UPDATE tblMatchingParameters SET Weight = 0.1 + 0.2 WHERE MatchingID = 2;"
-        "CREATE TABLE Own (Word TEXT, Amount REAL); INSERT INTO Own VALUES ('x', 1), ('x', 1)");
+        "UPDATE BaseIDs SET BaseID = 36000; CREATE TABLE Own (Word TEXT, Amount REAL); INSERT INTO "
+        "Own VALUES ('x', 1), ('x', 1)");
   }
 
   RegistryPair Open(const std::string& place) const {
@@ -76,6 +79,19 @@ TEST_F(RegistryCopyTest, IntoEmptyDatabasesAndIntoAnInitialisedRegistry) {
   CreateRegistryFolder(folder_.path() / "c");
   Copy("b", "c");
   ExpectCopied("c");
+}
+
+TEST_F(RegistryCopyTest, ToEachEngineAndBack) {
+  for (const std::string engine : kEngines) {
+    const ScratchDatabase database(engine);
+    if (!database.Missing().empty()) continue;
+    const auto there = database.Open();
+    CopyRegistry(Open("a"), {there, there});
+    MakeEmptyFolder(folder_.path() / engine);
+    CopyRegistry({there, there}, Open(engine));
+    ExpectCopied(engine);
+    EXPECT_THAT(CheckRegistry(there, there), testing::IsEmpty()) << engine;
+  }
 }
 
 TEST_F(RegistryCopyTest, GoesOnWhereItWasInterrupted) {
