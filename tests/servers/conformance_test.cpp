@@ -182,8 +182,8 @@ TEST_P(Conformance, FailuresHaveTheirNumbers) {
     std::int32_t number;
     bool engine = true;
   } cases[] = {
-      {"SELECT * FROM nothing", kErrNoSuchTable},
-      {"INSERT INTO nothing VALUES (1)", kErrNoSuchTable},
+      {"SELECT * FROM no_table", kErrNoSuchTable},
+      {"INSERT INTO no_table VALUES (1)", kErrNoSuchTable},
       {"SELEC 1", kErrStatement},
       {"SELECT nothing FROM Patients", kErrStatement},
       {"SELECT * FROM Patients WHERE LastName = 'O'BRIEN'", kErrStatement},
@@ -290,7 +290,7 @@ TEST_P(Conformance, EveryCursorGivesAllRows) {
     EXPECT_EQ(stream->Value(1).Get<std::string>().size(), 3000U);
     if (count % 50 == 0) {
       EXPECT_EQ(Query("SELECT count(*) FROM Patients"), "608");
-      EXPECT_EQ(Raises([&] { Query("SELECT * FROM nothing"); }).number, kErrNoSuchTable);
+      EXPECT_EQ(Raises([&] { Query("SELECT * FROM no_table"); }).number, kErrNoSuchTable);
     }
     if (count == 300) connection_->Execute("UPDATE Patients SET Remarks = 'z'");
   }

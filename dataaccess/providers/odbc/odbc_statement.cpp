@@ -197,7 +197,7 @@ void OdbcStatement::Bind(const Variant& given, const OdbcPlace& place) {
   const auto number = static_cast<SQLUSMALLINT>(parameters_.size());
   const SQLRETURN code =
       SQLBindParameter(handle_.get(), number, SQL_PARAM_INPUT, target, type, size, place.digits,
-                       data, parameter.length, &parameter.length);
+                       data, std::max<SQLLEN>(parameter.length, 0), &parameter.length);
   if (!SQL_SUCCEEDED(code)) Raise();
 }
 

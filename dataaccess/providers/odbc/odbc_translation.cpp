@@ -23,9 +23,13 @@ constexpr std::string_view kStructure[] = {
 constexpr std::string_view kBeforeTable[] = {"FROM", "JOIN", "INTO", "UPDATE", "TABLE"};
 constexpr std::string_view kBehindTables[] = {"WHERE", "ORDER", "GROUP",  "SET",  "VALUES",
                                               "ON",    "LIMIT", "SELECT", "UNION"};
+// What may stand behind a table's name and is no other name of it.
+constexpr std::string_view kBehindTable[] = {"RIGHT",   "FULL",  "CROSS",  "NATURAL",   "USING",
+                                             "DEFAULT", "FOR",   "WINDOW", "INTERSECT", "EXCEPT",
+                                             "OFFSET",  "FETCH", "WITH",   "RETURNING"};
 constexpr std::string_view kColumnless[] = {"PRIMARY", "UNIQUE", "FOREIGN", "CHECK", "CONSTRAINT"};
 
-constexpr std::string_view kBehindOrder[] = {"LIMIT", "OFFSET", "FETCH", "FOR", "UNION", "NULLS"};
+constexpr std::string_view kBehindOrder[] = {"LIMIT", "OFFSET", "FETCH", "FOR", "UNION"};
 constexpr std::string_view kArithmetic = "+-*/%|.&^~";
 
 std::string WithoutZeros(std::string_view digits) {
@@ -114,8 +118,16 @@ class Translation {
         if (auto table = catalog_.Table(UnquoteName(token.text))) {
           tables_.push_back({i, std::move(table)});
         }
+        const std::size_t alias = IsWord(i + 1, "AS") ? i + 2 : i + 1;
+        if (IsAlias(alias)) aliases_.push_back(alias);
       }
     }
+  }
+
+  bool IsAlias(std::size_t i) const {
+    if (i >= tokens_.size() || !tokens_[i].IsName()) return false;
+    return tokens_[i].kind == SqlToken::Kind::kQuotedName ||
+           !(Among(tokens_[i], kStructure) || Among(tokens_[i], kBehindTable));
   }
 
   const OdbcTableInfo* TableAt(std::size_t place) const {
@@ -229,6 +241,14 @@ class Translation {
     if (IsComparedAsText(i)) return Replace(token, "'" + WithoutZeros(token.text) + "'");
     if (!token.IsName()) return;
     if (const OdbcTableInfo* table = TableAt(i)) return Replace(token, dialect_.Quote(table->name));
+    // Another name of a table is written as where it is given.
+    for (const std::size_t alias : aliases_) {
+      const std::string given = UnquoteName(tokens_[alias].text);
+      if ((alias == i || IsSymbol(i + 1, '.')) &&
+          EqualsIgnoreCase(UnquoteName(token.text), given)) {
+        return Replace(token, dialect_.Quote(given));
+      }
+    }
     const bool bare = token.kind == SqlToken::Kind::kWord;
     if (bare && (Among(token, kStructure) || IsSymbol(i + 1, '('))) return;
     const std::string name = UnquoteName(token.text);
@@ -333,6 +353,7 @@ class Translation {
   OdbcCatalog& catalog_;
   std::vector<SqlToken> tokens_;
   std::vector<Named> tables_;
+  std::vector<std::size_t> aliases_;         // the places of tables' other names
   std::map<std::size_t, bool> null_orders_;  // by the last token of a term; whether it descends
   std::string result_;
   std::size_t written_ = 0;
