@@ -146,7 +146,10 @@ TEST_P(Conformance, NamesAreFoundInEverySpelling) {
       {"SELECT 'Ignore [Default] \"x\" -- ' FROM Patients WHERE PatientID = 1",
        "Ignore [Default] \"x\" -- "},
   };
-  for (const auto& c : cases) EXPECT_EQ(Query(c.text), c.rows) << c.text;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(Query(c.text), c.rows);
+  }
   const struct {
     const char* text;
     int rows;
@@ -157,9 +160,10 @@ TEST_P(Conformance, NamesAreFoundInEverySpelling) {
       {"DELETE FROM patients WHERE [Ignore] = 4 AND [Default] = 'x'", 1},
   };
   for (const auto& c : writes) {
+    SCOPED_TRACE(c.text);
     std::int64_t affected = 0;
     connection_->Execute(c.text, &affected);
-    EXPECT_EQ(affected, c.rows) << c.text;
+    EXPECT_EQ(affected, c.rows);
   }
   auto rows = Rows("SELECT * FROM patients", kOpenStatic);
   EXPECT_EQ(rows->FieldName(3), "Default");

@@ -45,6 +45,9 @@ constexpr std::array kLostTexts = {"server closed the connection",
                                    "not connected",
                                    "terminating connection",
                                    "Communication link failure",
+                                   "Write error",
+                                   "Read error",
+                                   "Broken pipe",
                                    "Could not send"};
 
 std::string WithoutComponents(std::string text) {
