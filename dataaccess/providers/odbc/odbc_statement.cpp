@@ -293,16 +293,22 @@ void OdbcStatement::BindColumns() {
 }
 
 std::string OdbcStatement::BaseColumn(std::size_t column) {
-  std::array<SQLWCHAR, 256> name{};
+  // Some drivers give an expression its own name here, but none gives it a table.
+  if (ColumnText(column, SQL_DESC_BASE_TABLE_NAME).empty()) return {};
+  return ColumnText(column, SQL_DESC_BASE_COLUMN_NAME);
+}
+
+std::string OdbcStatement::ColumnText(std::size_t column, SQLUSMALLINT field) {
+  std::array<SQLWCHAR, 256> text{};
   SQLSMALLINT bytes = 0;
-  const SQLRETURN code = SQLColAttributeW(handle_.get(), static_cast<SQLUSMALLINT>(column + 1),
-                                          SQL_DESC_BASE_COLUMN_NAME, name.data(),
-                                          static_cast<SQLSMALLINT>(sizeof name), &bytes, nullptr);
+  const SQLRETURN code =
+      SQLColAttributeW(handle_.get(), static_cast<SQLUSMALLINT>(column + 1), field, text.data(),
+                       static_cast<SQLSMALLINT>(sizeof text), &bytes, nullptr);
   if (!SQL_SUCCEEDED(code)) return {};
   const auto units =
       std::min(static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) / sizeof(SQLWCHAR),
-               name.size() - 1);
-  return Utf8({reinterpret_cast<const char16_t*>(name.data()), units});
+               text.size() - 1);
+  return Utf8({reinterpret_cast<const char16_t*>(text.data()), units});
 }
 
 bool OdbcStatement::FetchBlock() {

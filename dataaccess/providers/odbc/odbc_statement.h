@@ -75,6 +75,7 @@ class OdbcStatement {
 
   [[noreturn]] void Raise();
   void Describe();
+  std::string ColumnText(std::size_t column, SQLUSMALLINT field);
   void BindColumns();
   bool FetchBlock();
   Variant BoundValue(const BoundColumn& column, std::size_t at);

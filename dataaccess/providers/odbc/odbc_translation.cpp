@@ -51,6 +51,9 @@ class Translation {
          token = scanner.Next()) {
       tokens_.push_back(token);
     }
+    // A driver may put words of its own behind the statement: nothing else may stand there.
+    while (!tokens_.empty() && tokens_.back().IsSymbol(';')) tokens_.pop_back();
+    end_ = tokens_.empty() ? text.size() : tokens_.back().offset + tokens_.back().text.size();
   }
 
   std::string Result() {
@@ -85,7 +88,7 @@ class Translation {
   }
 
   std::string Finish() {
-    result_ += text_.substr(written_);
+    if (end_ > written_) result_ += text_.substr(written_, end_ - written_);
     return std::move(result_);
   }
 
@@ -357,6 +360,7 @@ class Translation {
   std::map<std::size_t, bool> null_orders_;  // by the last token of a term; whether it descends
   std::string result_;
   std::size_t written_ = 0;
+  std::size_t end_ = 0;
 };
 
 }  // namespace

@@ -4,7 +4,8 @@
 // catalog spells them, in the engine's quotes: that serves engines that fold names, engines that
 // tell their case apart, brackets, and columns with the name of a keyword. The keyword that clients
 // misspell in the query of a display's fields is put right. In statements that make tables the
-// types are the engine's. Everything else stays letter for letter: values, comments, blanks.
+// types are the engine's. What closes a statement, semicolons and comments behind it, is left out.
+// Everything else stays letter for letter: values, comments, blanks.
 #pragma once
 
 #include <string>
