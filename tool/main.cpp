@@ -12,10 +12,9 @@ namespace {
 using namespace qm::tool;
 
 constexpr AddFunction kCommands[] = {
-    AddInit,    AddGenerate, AddImport,  AddMatch,   AddLink,  AddUnlink,  AddReport, AddExport,
-    AddFind,    AddLog,      AddShow,    AddSet,     AddLock,  AddUnlock,  AddLocks,  AddLayout,
-    AddDisplay, AddEval,     AddCompare, AddSoundex, AddRules, AddEvaluate,
-    AddCheck,   AddCopy};
+    AddInit,    AddGenerate, AddImport,  AddMatch,   AddLink,  AddUnlink,   AddReport, AddExport,
+    AddFind,    AddLog,      AddShow,    AddSet,     AddLock,  AddUnlock,   AddLocks,  AddLayout,
+    AddDisplay, AddEval,     AddCompare, AddSoundex, AddRules, AddEvaluate, AddCheck,  AddCopy};
 
 int Run(int argc, char** argv) {
   Tool tool;
