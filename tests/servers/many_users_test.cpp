@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <sstream>
+#include <utility>
 #include <vector>
 
 #include <qm/conversions.h>
@@ -22,7 +23,7 @@ namespace qm::test {
 namespace {
 
 constexpr int kUsers = 8;
-constexpr int kTurns = 25;
+constexpr int kTurns = 15;
 
 class ManyUsers : public testing::TestWithParam<const char*> {
  protected:
