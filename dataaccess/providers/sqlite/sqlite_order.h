@@ -33,7 +33,7 @@ class SqliteOrder : public RowOrder {
   void Add(OrderTerm term, std::size_t place);
   std::string OrderText(bool backward) const;
 
-  std::string index_name_;  // empty: the identity itself orders
+  std::string index_name_;        // empty: the identity itself orders
   std::vector<OrderTerm> terms_;  // columns are quoted, with their collation
   std::vector<std::size_t> places_;
   std::size_t index_width_ = 0;
