@@ -175,7 +175,9 @@ std::string RealText(double value, int digits) {
 
   std::string text = value < 0 ? "-" : "";
   const int length = static_cast<int>(mantissa.size());
-  if (exponent < -4 || exponent >= digits) {
+  // The language shows no more places behind the point than it has digits.
+  const bool too_many_places = exponent < 0 && length - exponent - 1 > digits;
+  if (exponent < -4 || exponent >= digits || too_many_places) {
     text += mantissa[0];
     if (length > 1) text.append(".").append(mantissa, 1);
     text += exponent < 0 ? "E-" : "E+";

@@ -22,7 +22,8 @@ std::optional<NumberText> ReadNumber(std::string_view text);
 /// The same number with the 64 bits of precision that ten-thousandths in 64 bits need.
 std::optional<long double> ReadWideNumber(std::string_view text);
 
-/// At most `digits` significant digits, no trailing zeros; exponents as in "1E+15", "1.5E-07".
+/// At most `digits` significant digits and as many places behind the point, no trailing zeros;
+/// otherwise an exponent, as in "1E+15", "1.5E-07", "8.33333333333333E-02".
 std::string RealText(double value, int digits);
 /// Ten-thousandths as an amount: "12.5", "-0.0001".
 std::string ScaledText(std::int64_t ten_thousandths);
