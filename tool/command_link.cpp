@@ -13,6 +13,7 @@
 #include <optional>
 
 #include "matching/candidate_search.h"
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/link_lists.h"
 #include "tool/record_argument.h"
@@ -154,9 +155,9 @@ class LinkCommand {
 
   std::string ReadFile(const std::string& name) const {
     if (arguments_.decisions == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-    std::ifstream in(name, std::ios::binary);
+    std::ifstream in(PathOf(name), std::ios::binary);
     // A folder opens, and fails once it is read.
-    if (!in || std::filesystem::is_directory(name)) {
+    if (!in || std::filesystem::is_directory(PathOf(name))) {
       throw Error(kFileNotFound, kCommand, name + ": cannot be opened");
     }
     std::string text{std::istreambuf_iterator<char>(in), {}};

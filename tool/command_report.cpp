@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "matching/candidate_search.h"
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -45,7 +46,7 @@ void Report(const Arguments& arguments, Tool& tool) {
       *id = abstract;
       bar.Show(done, total);
     };
-    summary = WriteReportPage(arguments.file, options);
+    summary = WriteReportPage(PathOf(arguments.file), options);
   }
   std::cout << "reported " << summary.pairs << " pairs of " << summary.abstracts << " abstracts in "
             << arguments.file << "; " << summary.unmatched << " abstracts have no candidate\n";

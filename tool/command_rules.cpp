@@ -10,6 +10,7 @@
 #include <string>
 
 #include "matching/rule_tables.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "tool/databases.h"
 #include "tool/read_file.h"
@@ -70,7 +71,7 @@ void Export(const Arguments& arguments, Tool& tool) {
     return;
   }
   tool.doing = [&arguments] { return "writing " + arguments.file; };
-  PrivateFile file(arguments.file);
+  PrivateFile file(PathOf(arguments.file));
   file.Stream() << csv;
   file.Commit();
 }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "runtime/path_text.h"
 #include "session/own_tables.h"
 #include "tool/user.h"
 
@@ -39,8 +40,7 @@ const std::string& OptionOf(const Settings& settings, Database database) {
 }
 
 fs::path FileOf(const Settings& settings, Database database) {
-  return fs::path(settings.folder) /
-         (database == Database::kControl ? "control.db" : "registry.db");
+  return PathOf(settings.folder) / (database == Database::kControl ? "control.db" : "registry.db");
 }
 
 }  // namespace
@@ -85,8 +85,9 @@ std::string ConnectionStringOf(const Settings& settings, Database database) {
 std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {
   const Settings& settings = tool.settings;
   const bool by_folder = OptionOf(settings, database).empty();
-  const std::string file = FileOf(settings, database).string();
-  if (by_folder && !fs::exists(file)) {
+  const fs::path path = FileOf(settings, database);
+  const std::string file = PathText(path);
+  if (by_folder && !fs::exists(path)) {
     throw Error(
         kFileNotFound, "qm",
         std::string("no ") + NameOf(database) + " database at " + file + "; 'qm init' makes one");
