@@ -6,6 +6,7 @@
 #include <qm/error.h>
 
 #include "comparison/comparison.h"
+#include "dataaccess/connection_choice.h"
 #include "matching/candidate_search.h"
 #include "matching/match_scorer.h"
 
@@ -53,7 +54,7 @@ std::string Matcher::GetMatchingPatientIDsLocal(const std::shared_ptr<Connection
 std::string Matcher::GetMatchingPatientIDsRemote(
     std::string_view strCon, const std::function<Variant(std::string_view)>& objAbstract) {
   state_->matches.clear();
-  const auto connection = Connection::Create();
+  const auto connection = CreateConnectionFor(strCon);
   connection->SetIsolationLevel(kIsolationReadUncommitted);
   connection->Open(strCon);
   return Trapped([&] {

@@ -1,12 +1,12 @@
 #include "matching/matching_state.h"
 
 #include "matching/candidate_search.h"
+#include "runtime/thread_state.h"
 
 namespace qm {
 
 MatchingState& CurrentMatching() {
-  static thread_local MatchingState state;
-  return state;
+  return ThreadState<MatchingState>();
 }
 
 const std::string& LastRule() { return CurrentMatching().rule_in_work; }

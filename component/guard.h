@@ -1,0 +1,31 @@
+// The edge: every method of the component is one call inside `Guarded`, and no exception leaves it.
+//
+// A failure's number becomes the HRESULT (a number of the languages, below 65536, as 0x800A0000 +
+// n; any other as it is), its source and description the thread's error information.
+#pragma once
+
+#include <cstdint>
+
+#include "dataaccess/providers/automation/platform.h"
+
+namespace qm::component {
+
+/// What the exception in flight is to a client; leaves the thread's error information.
+HRESULT ReportCurrentException(REFIID interface_id) noexcept;
+
+HRESULT ResultOf(std::int32_t number) noexcept;
+
+/// Run-time error 91 for a null where an object, a value or a place for a result is needed.
+void RequireNotNull(const void* pointer);
+
+template <typename Call>
+HRESULT Guarded(REFIID interface_id, Call&& call) noexcept {
+  try {
+    call();
+    return S_OK;
+  } catch (...) {
+    return ReportCurrentException(interface_id);
+  }
+}
+
+}  // namespace qm::component
