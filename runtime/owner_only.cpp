@@ -4,7 +4,6 @@
 
 #include <windows.h>
 
-#include <aclapi.h>
 #include <sddl.h>
 
 #include <cstddef>
@@ -21,8 +20,8 @@ template <typename T>
 using Local = std::unique_ptr<T, decltype([](T* memory) { LocalFree(memory); })>;
 using Handle = std::unique_ptr<void, decltype([](HANDLE handle) { CloseHandle(handle); })>;
 
-[[noreturn]] void RaiseLast(DWORD code = GetLastError()) {
-  throw std::system_error(static_cast<int>(code), std::system_category());
+[[noreturn]] void RaiseLast() {
+  throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
 }
 
 // The user whom this thread acts for, as the text that stands for him in access lists.
@@ -73,17 +72,13 @@ bool CreateFileForOwner(const std::filesystem::path& file) {
 
 void KeepForOwner(const std::filesystem::path& path) {
   const Local<void> rights = OwnerOnly(std::filesystem::is_directory(path));
-  BOOL present = FALSE;
-  BOOL defaulted = FALSE;
-  PACL list = nullptr;
-  if (!GetSecurityDescriptorDacl(rights.get(), &present, &list, &defaulted)) RaiseLast();
-  std::wstring name = path.native();
-  const DWORD code = SetNamedSecurityInfoW(
-      name.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
-      nullptr, nullptr, list, nullptr);
-  if (code == ERROR_SUCCESS || code == ERROR_INVALID_FUNCTION || code == ERROR_NOT_SUPPORTED) {
+  if (SetFileSecurityW(path.c_str(),
+                       DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,
+                       rights.get())) {
     return;
   }
+  const DWORD code = GetLastError();
+  if (code == ERROR_INVALID_FUNCTION || code == ERROR_NOT_SUPPORTED) return;
   throw std::filesystem::filesystem_error(
       "cannot set permissions", path,
       std::error_code(static_cast<int>(code), std::system_category()));
