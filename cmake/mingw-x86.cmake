@@ -3,6 +3,7 @@
 # four bytes only, hence the realignment.
 set(QM_MINGW i686-w64-mingw32)
 set(CMAKE_SYSTEM_PROCESSOR X86)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine x86)
 include(${CMAKE_CURRENT_LIST_DIR}/mingw.cmake)
 set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")
 set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse -mstackrealign")

@@ -18,8 +18,26 @@ HRESULT ResultOf(std::int32_t number) noexcept;
 /// Run-time error 91 for a null where an object, a value or a place for a result is needed.
 void RequireNotNull(const void* pointer);
 
+/// The library computes amounts with the 64-bit mantissa of a long double, which the processor
+/// gives up when the host asks it to, as Microsoft's C run-time does.
+class FullPrecision {
+ public:
+  FullPrecision() {
+    asm volatile("fnstcw %0" : "=m"(before_));
+    const auto full = static_cast<std::uint16_t>(before_ | 0x300U);
+    asm volatile("fldcw %0" : : "m"(full));
+  }
+  ~FullPrecision() { asm volatile("fldcw %0" : : "m"(before_)); }
+  FullPrecision(const FullPrecision&) = delete;
+  FullPrecision& operator=(const FullPrecision&) = delete;
+
+ private:
+  std::uint16_t before_ = 0;
+};
+
 template <typename Call>
 HRESULT Guarded(REFIID interface_id, Call&& call) noexcept {
+  const FullPrecision precision;
   try {
     call();
     return S_OK;
