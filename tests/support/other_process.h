@@ -92,7 +92,8 @@ class OtherProcess {
     const auto size = static_cast<std::uint32_t>(text.size());
     std::string message(reinterpret_cast<const char*>(&size), sizeof size);
     message += text;
-    if (write(file, message.data(), static_cast<unsigned>(message.size())) < 0) throw std::runtime_error("pipe broken");
+    if (write(file, message.data(), static_cast<unsigned>(message.size())) < 0)
+      throw std::runtime_error("pipe broken");
   }
   static std::string Receive(int file) {
     std::uint32_t size = 0;
