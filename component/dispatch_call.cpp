@@ -124,7 +124,10 @@ HRESULT DispatchTrapped(IDispatch* object, const InterfaceTable& table, const Di
   const Member* const member = table.Find(call.member, call.kinds);
   if (member == nullptr) {
     const Member* const giver = table.Find(call.member, DISPATCH_PROPERTYGET);
-    const bool through = IsPut(call) && call.member == DISPID_VALUE && giver != nullptr;
+    // A plain assignment to what can only be read goes no further, save to a default member.
+    const bool through =
+        IsPut(call) && giver != nullptr &&
+        (call.member == DISPID_VALUE || ArgumentCount(call) > ParameterCount(*giver) + 1);
     return through ? CallThrough(object, *giver, call) : DISP_E_MEMBERNOTFOUND;
   }
   const bool takes_fewer = ArgumentCount(call) > ParameterCount(*member);

@@ -124,12 +124,11 @@ void AutomationRecordset::Observe() {
   }
 }
 
-void AutomationRecordset::Open() {
-  Observe();
-  object_.Call(L"Open");
-}
+void AutomationRecordset::Open() { OpenWithOptions(options_); }
 
+// All arguments are passed, since members written as scripts have no optional ones.
 void AutomationRecordset::OpenWithOptions(std::int32_t options) {
+  options_ = options;
   Observe();
   object_.Call(L"Open", ArgumentsOf(PlatformVariant::Missing(), PlatformVariant::Missing(),
                                     PlatformVariant::Missing(), PlatformVariant::Missing(),

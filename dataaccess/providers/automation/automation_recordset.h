@@ -97,6 +97,7 @@ class AutomationRecordset final : public Recordset {
 
   LateBound object_;
   std::shared_ptr<Connection> connection_;
+  std::int32_t options_ = kOptionsUnspecified;
   mutable std::unique_ptr<const Columns> columns_;
 };
 

@@ -56,25 +56,36 @@ std::string TakeText(BSTR text) {
 
 }  // namespace
 
+LateBound::LateBound(ComPointer<IDispatch> object)
+    : object_(std::move(object)), extended_(ComPointer<IDispatchEx>::From(object_.get())) {}
+
+HRESULT LateBound::AskForId(const std::wstring& member, DISPID& id) const {
+  std::wstring name(member);
+  if (extended_) {
+    BSTR const text = SysAllocString(name.c_str());
+    const HRESULT outcome = extended_->GetDispID(text, fdexNameCaseInsensitive, &id);
+    SysFreeString(text);
+    return outcome;
+  }
+  LPOLESTR names = name.data();
+  return object_->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id);
+}
+
 DISPID LateBound::Find(std::wstring_view member) const {
   if (!object_) RaiseRunTime(kErrObjectNotSet);
   if (const auto known = members_.find(member); known != members_.end()) return known->second;
-  std::wstring name(member);
-  LPOLESTR names = name.data();
+  const std::wstring name(member);
   DISPID id = DISPID_UNKNOWN;
-  if (FAILED(object_->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id))) {
+  if (FAILED(AskForId(name, id))) {
     RaiseRunTime(kErrNoSuchMember, FromBstr(name.data(), static_cast<UINT>(name.size())));
   }
-  members_.emplace(std::move(name), id);
+  members_.emplace(name, id);
   return id;
 }
 
 bool LateBound::Has(std::wstring_view member) const {
-  std::wstring name(member);
-  LPOLESTR names = name.data();
   DISPID id = DISPID_UNKNOWN;
-  return object_ &&
-         SUCCEEDED(object_->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id));
+  return object_ && SUCCEEDED(AskForId(std::wstring(member), id));
 }
 
 PlatformVariant LateBound::Invoke(DISPID member, WORD kind, Arguments arguments) const {
@@ -92,9 +103,11 @@ PlatformVariant LateBound::Invoke(DISPID member, WORD kind, Arguments arguments)
   EXCEPINFO raised{};
   UINT wrong_argument = 0;
   const bool gives = call.cNamedArgs == 0;
-  const HRESULT outcome =
-      object_->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind, &call,
-                      gives ? result.Receive() : nullptr, &raised, &wrong_argument);
+  VARIANT* const place = gives ? result.Receive() : nullptr;
+  const HRESULT outcome = extended_ ? extended_->InvokeEx(member, LOCALE_USER_DEFAULT, kind, &call,
+                                                          place, &raised, nullptr)
+                                    : object_->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind,
+                                                      &call, place, &raised, &wrong_argument);
   if (outcome == DISP_E_EXCEPTION) RaiseException(raised);
   if (FAILED(outcome)) RaiseOutcome(outcome);
   return result;

@@ -1,6 +1,7 @@
 // LateBound: an object of another's, known by its member names only.
 //
-// Every call is one IDispatch::Invoke. What the object raises comes out as qm::Error with its
+// Every call is one IDispatch::Invoke; objects written as scripts are asked through IDispatchEx, as
+// script hosts do. What the object raises comes out as qm::Error with its
 // number (run-time and data-access numbers without their facility), source and description; a
 // member that it lacks is 438.
 #pragma once
@@ -20,7 +21,7 @@ namespace qm {
 class LateBound {
  public:
   LateBound() = default;
-  explicit LateBound(ComPointer<IDispatch> object) : object_(std::move(object)) {}
+  explicit LateBound(ComPointer<IDispatch> object);
 
   IDispatch* get() const { return object_.get(); }
   explicit operator bool() const { return static_cast<bool>(object_); }
@@ -39,8 +40,10 @@ class LateBound {
 
  private:
   DISPID Find(std::wstring_view member) const;
+  HRESULT AskForId(const std::wstring& member, DISPID& id) const;
 
   ComPointer<IDispatch> object_;
+  ComPointer<IDispatchEx> extended_;  ///< where the object has it
   mutable std::map<std::wstring, DISPID, std::less<>> members_;
 };
 

@@ -12,3 +12,4 @@
 #include <ole2.h>
 #include <ocidl.h>
 #include <oleauto.h>
+#include <dispex.h>
