@@ -41,6 +41,4 @@ void ShowMessagesInBoxes() {
   SetMessagePresenter(SwitchedOff() ? MessagePresenter() : MessagePresenter(&ShowBox));
 }
 
-void StopShowingMessages() { SetMessagePresenter({}); }
-
 }  // namespace qm::component

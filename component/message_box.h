@@ -8,8 +8,7 @@
 
 namespace qm::component {
 
-/// For the calling thread.
+/// For the calling thread, until its state ends.
 void ShowMessagesInBoxes();
-void StopShowingMessages();
 
 }  // namespace qm::component

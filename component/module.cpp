@@ -28,7 +28,6 @@ void EndThreadUse() {
   if (!use.in_use) return;
   use.in_use = false;
   EndThreadState();
-  StopShowingMessages();
   CoRevokeInitializeSpy(use.spy);
   --threads;
 }

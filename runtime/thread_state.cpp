@@ -2,36 +2,93 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 #include <vector>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 namespace qm {
 
 namespace {
 
-std::atomic<bool> abandoned = false;
+using States = std::vector<std::pair<const void*, std::unique_ptr<ThreadStateHolder>>>;
 
-// Made before the first holder, so that it outlives them all.
-std::vector<ThreadStateHolder*>& Holders() {
-  thread_local std::vector<ThreadStateHolder*> holders;
-  return holders;
+std::atomic<bool> abandoned = false;
+thread_local States* current = nullptr;
+
+void End(States& states) {
+  for (auto i = states.size(); i > 0; --i) states[i - 1].second->End();
+}
+
+#ifdef _WIN32
+
+// The standard library gives thread-local objects' memory back before it destroys them, so they
+// have to stand elsewhere, and their end is asked of the platform.
+void WINAPI EndOfThread(void* states) {
+  if (states == nullptr) return;
+  End(*static_cast<States*>(states));
+  delete static_cast<States*>(states);
+}
+
+void OwnStates(States* states) {
+  if (abandoned) return;
+  static const DWORD slot = FlsAlloc(&EndOfThread);
+  FlsSetValue(slot, states);
+}
+
+#else
+
+struct Owner {
+  std::unique_ptr<States> states;
+  Owner() = default;
+  Owner(const Owner&) = delete;
+  Owner& operator=(const Owner&) = delete;
+  ~Owner() {
+    if (states) End(*states);
+    current = nullptr;
+  }
+};
+
+void OwnStates(States* states) {
+  thread_local Owner owner;
+  owner.states.reset(states);
+}
+
+#endif
+
+States& CurrentStates() {
+  if (current == nullptr) {
+    current = new States;
+    OwnStates(current);
+  }
+  return *current;
 }
 
 }  // namespace
 
-ThreadStateHolder::ThreadStateHolder() { Holders().push_back(this); }
-
 void EndThreadState() {
-  auto& holders = Holders();
-  for (auto i = holders.size(); i > 0; --i) holders[i - 1]->End();
+  if (current != nullptr) End(*current);
 }
 
 bool ThreadStateHoldsAnything() {
-  const auto& holders = Holders();
-  return std::any_of(holders.begin(), holders.end(),
-                     [](const ThreadStateHolder* holder) { return holder->HoldsAnything(); });
+  return current != nullptr && std::any_of(current->begin(), current->end(), [](const auto& entry) {
+           return entry.second->HoldsAnything();
+         });
 }
 
 void AbandonThreadStates() { abandoned = true; }
-bool ThreadStatesAreAbandoned() { return abandoned; }
+
+ThreadStateHolder* FindThreadState(const void* key) {
+  for (const auto& [known, holder] : CurrentStates()) {
+    if (known == key) return holder.get();
+  }
+  return nullptr;
+}
+
+ThreadStateHolder& AddThreadState(const void* key, std::unique_ptr<ThreadStateHolder> holder) {
+  return *CurrentStates().emplace_back(key, std::move(holder)).second;
+}
 
 }  // namespace qm

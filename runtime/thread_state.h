@@ -12,32 +12,27 @@ namespace qm {
 
 class ThreadStateHolder {
  public:
-  ThreadStateHolder(const ThreadStateHolder&) = delete;
-  ThreadStateHolder& operator=(const ThreadStateHolder&) = delete;
+  virtual ~ThreadStateHolder() = default;
   virtual void End() = 0;
   virtual bool HoldsAnything() const = 0;
-
- protected:
-  ThreadStateHolder();  ///< becomes known to the functions below
-  ~ThreadStateHolder() = default;
 };
 
 /// Ends the calling thread's states, the youngest first; the next use makes new ones.
 void EndThreadState();
 /// Whether any of the calling thread's states holds what its next user would miss.
 bool ThreadStateHoldsAnything();
-
+/// To be called before the first use on any thread.
 void AbandonThreadStates();
-bool ThreadStatesAreAbandoned();
+
+/// The calling thread's holder under that key, or null.
+ThreadStateHolder* FindThreadState(const void* key);
+ThreadStateHolder& AddThreadState(const void* key, std::unique_ptr<ThreadStateHolder> holder);
 
 /// The calling thread's state of that type, which has `bool HoldsAnything() const`.
 template <typename State>
 State& ThreadState() {
   class Holder final : public ThreadStateHolder {
    public:
-    ~Holder() {
-      if (ThreadStatesAreAbandoned()) static_cast<void>(state_.release());
-    }
     State& Get() {
       if (!state_) state_ = std::make_unique<State>();
       return *state_;
@@ -48,8 +43,10 @@ State& ThreadState() {
    private:
     std::unique_ptr<State> state_;
   };
-  thread_local Holder holder;
-  return holder.Get();
+  static const char key = 0;  // one for each type
+  ThreadStateHolder* holder = FindThreadState(&key);
+  if (holder == nullptr) holder = &AddThreadState(&key, std::make_unique<Holder>());
+  return static_cast<Holder*>(holder)->Get();
 }
 
 }  // namespace qm
