@@ -5,9 +5,7 @@
 
 namespace qm {
 
-MatchingState& CurrentMatching() {
-  return ThreadState<MatchingState>();
-}
+MatchingState& CurrentMatching() { return ThreadState<MatchingState>(); }
 
 const std::string& LastRule() { return CurrentMatching().rule_in_work; }
 

@@ -9,9 +9,7 @@ const std::shared_ptr<Connection>& ConnectionSlot::Get() {
   return connection_;
 }
 
-SessionState& CurrentSession() {
-  return ThreadState<SessionState>();
-}
+SessionState& CurrentSession() { return ThreadState<SessionState>(); }
 
 bool SessionState::HoldsAnything() const {
   return gcnRegistry.HoldsAnything() || gcnControl.HoldsAnything() || gcnCatval.HoldsAnything() ||

@@ -9,7 +9,7 @@
 #endif
 #include <windows.h>
 // They build on the first.
-#include <ole2.h>
-#include <ocidl.h>
-#include <oleauto.h>
 #include <dispex.h>
+#include <ocidl.h>
+#include <ole2.h>
+#include <oleauto.h>
