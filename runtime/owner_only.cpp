@@ -16,9 +16,15 @@ namespace qm {
 
 namespace {
 
+struct FreeLocal {
+  void operator()(void* memory) const { LocalFree(memory); }
+};
+struct CloseIt {
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
 template <typename T>
-using Local = std::unique_ptr<T, decltype([](T* memory) { LocalFree(memory); })>;
-using Handle = std::unique_ptr<void, decltype([](HANDLE handle) { CloseHandle(handle); })>;
+using Local = std::unique_ptr<T, FreeLocal>;
+using Handle = std::unique_ptr<void, CloseIt>;
 
 [[noreturn]] void RaiseLast() {
   throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
