@@ -28,8 +28,10 @@ void End(States& states) {
 // have to stand elsewhere, and their end is asked of the platform.
 void WINAPI EndOfThread(void* states) {
   if (states == nullptr) return;
-  End(*static_cast<States*>(states));
-  delete static_cast<States*>(states);
+  // For a state that uses another while it ends: the pointer's own memory may be gone already.
+  current = static_cast<States*>(states);
+  End(*current);
+  delete std::exchange(current, nullptr);
 }
 
 void OwnStates(States* states) {
