@@ -35,6 +35,7 @@ void EndThreadUse() {
 // Told by the component run-time when a thread is about to leave it; one serves all threads.
 class ThreadSpy final : public IInitializeSpy {
  public:
+  virtual ~ThreadSpy() = default;
   STDMETHODIMP QueryInterface(REFIID id, void** object) override {
     if (object == nullptr) return E_POINTER;
     *object = id == __uuidof(IUnknown) || id == __uuidof(IInitializeSpy) ? this : nullptr;

@@ -58,6 +58,7 @@ class FieldsObject final : public AutomationObject<FieldsObject, _Fields, &CLSID
   STDMETHODIMP get_NewEnum(IUnknown** result) override {
     return Get(result, [&] {
       std::vector<PlatformVariant> fields;
+      fields.reserve(static_cast<std::size_t>(recordset_->FieldCount()));
       for (int i = 0; i < recordset_->FieldCount(); ++i) {
         fields.push_back(Holding(MakeObject<FieldObject>(recordset_, i)));
       }
@@ -118,6 +119,7 @@ class PropertiesObject final
   STDMETHODIMP get_NewEnum(IUnknown** result) override {
     return Get(result, [&] {
       std::vector<PlatformVariant> properties;
+      properties.reserve(kProperties.size());
       for (const std::string_view name : kProperties) {
         properties.push_back(Holding(MakeObject<PropertyObject>(recordset_, std::string(name))));
       }
