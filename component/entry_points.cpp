@@ -16,8 +16,10 @@ namespace {
 
 class ClassFactory final : public IClassFactory {
  public:
-  explicit ClassFactory(const CreatableClass& made) : made_(&made) {}
-  virtual ~ClassFactory() = default;
+  explicit ClassFactory(const CreatableClass& made) : made_(&made) { LockModule(true); }
+  virtual ~ClassFactory() { LockModule(false); }
+  ClassFactory(const ClassFactory&) = delete;
+  ClassFactory& operator=(const ClassFactory&) = delete;
 
   STDMETHODIMP QueryInterface(REFIID id, void** object) override {
     if (object == nullptr) return E_POINTER;

@@ -313,6 +313,10 @@ void CheckCycles(int cycles) {
   std::cout << cycles << " cycles: " << grown << " bytes more\n";
   Check("cycles of create and release leak nothing", grown < static_cast<SIZE_T>(cycles) * 8);
   Check("the component could be unloaded", CanUnload() == S_OK);
+  Ref<IClassFactory> factory;
+  CoGetClassObject(CLSID_Matcher, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                   reinterpret_cast<void**>(factory.place()));
+  Check("a class factory keeps it loaded", factory && CanUnload() == S_FALSE);
 }
 
 // Two threads, each an apartment of its own.
