@@ -1,5 +1,5 @@
 // BoundArgument: one parameter of a late-bound call with its value, from the caller's variant and
-// back. `Bind`, then `Passed` for the call, then `WriteBack` once it succeeded.
+// back. `Bind`, then `Passed` for the call, then `WriteBack` once it returned.
 #pragma once
 
 #include "component/interface_table.h"

@@ -1,5 +1,6 @@
 #include "component/dispatch_call.h"
 
+#include <algorithm>
 #include <new>
 #include <vector>
 
@@ -31,6 +32,13 @@ VARIANT* ArgumentFor(const DISPPARAMS& given, std::size_t index, bool is_put_val
   const std::size_t unnamed = given.cArgs - given.cNamedArgs;
   if (is_put_value || index >= unnamed) return nullptr;
   return &given.rgvarg[given.cArgs - 1 - index];
+}
+
+bool NamesUnknown(const DISPPARAMS& given, std::size_t count) {
+  return std::any_of(
+      given.rgdispidNamedArgs, given.rgdispidNamedArgs + given.cNamedArgs, [&](DISPID name) {
+        return name != DISPID_PROPERTYPUT && (name < 0 || static_cast<std::size_t>(name) >= count);
+      });
 }
 
 void FillException(HRESULT failure, EXCEPINFO* exception) {
@@ -69,6 +77,7 @@ HRESULT CallMember(IDispatch* object, const Member& member, std::vector<BoundArg
 HRESULT Call(IDispatch* object, const Member& member, const DispatchCall& call, VARIANT* result) {
   const std::size_t count = ParameterCount(member);
   if (ArgumentCount(call) > count) return DISP_E_BADPARAMCOUNT;
+  if (NamesUnknown(*call.parameters, count)) return DISP_E_PARAMNOTFOUND;
   std::vector<BoundArgument> bound;
   bound.reserve(member.parameters.size());
   for (std::size_t i = 0; i < member.parameters.size(); ++i) {
@@ -87,11 +96,12 @@ HRESULT Call(IDispatch* object, const Member& member, const DispatchCall& call, 
     }
   }
   HRESULT outcome = CallMember(object, member, bound, call.exception);
-  if (FAILED(outcome)) return outcome;
+  // What a call changed before it failed stays changed.
   for (std::size_t i = 0; i < count; ++i) {
-    outcome = bound[i].WriteBack(call.locale);
-    if (FAILED(outcome)) return outcome;
+    const HRESULT written = bound[i].WriteBack(call.locale);
+    if (SUCCEEDED(outcome)) outcome = written;
   }
+  if (FAILED(outcome)) return outcome;
   PlatformVariant unused;
   if (result == nullptr) result = &unused.get();
   VariantInit(result);
@@ -102,7 +112,10 @@ HRESULT Call(IDispatch* object, const Member& member, const DispatchCall& call, 
 // last), and makes the call to its default member with the others.
 HRESULT CallThrough(IDispatch* object, const Member& giver, const DispatchCall& call) {
   const std::size_t taken = ParameterCount(giver);
-  if (ArgumentCount(call) < taken) return DISP_E_BADPARAMCOUNT;
+  // The value that is put is not one of the giver's arguments.
+  if (ArgumentCount(call) < taken + (IsPut(call) ? 1 : 0)) {
+    return IsPut(call) ? DISP_E_MEMBERNOTFOUND : DISP_E_BADPARAMCOUNT;
+  }
   const auto left = static_cast<UINT>(ArgumentCount(call) - taken);
   DISPPARAMS foremost{call.parameters->rgvarg + left, nullptr, static_cast<UINT>(taken), 0};
   DispatchCall get = call;
@@ -141,7 +154,12 @@ HRESULT DispatchTrapped(IDispatch* object, const InterfaceTable& table, const Di
 
 HRESULT Dispatch(IDispatch* object, const InterfaceTable& table,
                  const DispatchCall& call) noexcept {
-  if (call.parameters == nullptr) return E_INVALIDARG;
+  const DISPPARAMS* const given = call.parameters;
+  if (given == nullptr || given->cNamedArgs > given->cArgs ||
+      (given->cArgs != 0 && given->rgvarg == nullptr) ||
+      (given->cNamedArgs != 0 && given->rgdispidNamedArgs == nullptr)) {
+    return E_INVALIDARG;
+  }
   try {
     return DispatchTrapped(object, table, call);
   } catch (const std::bad_alloc&) {
