@@ -46,4 +46,18 @@ HRESULT Guarded(REFIID interface_id, Call&& call) noexcept {
   }
 }
 
+/// A call that changes a client's variables: `write_back` runs on either way out of `body`.
+template <typename WriteBack, typename Body>
+auto WritingBack(WriteBack&& write_back, Body&& body) -> decltype(body()) {
+  decltype(body()) result{};
+  try {
+    result = body();
+  } catch (...) {
+    write_back();
+    throw;
+  }
+  write_back();
+  return result;
+}
+
 }  // namespace qm::component

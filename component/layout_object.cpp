@@ -234,10 +234,10 @@ STDMETHODIMP LayoutObject::GetControlArrays(
 STDMETHODIMP LayoutObject::CompressMemoText(BSTR* sMemoText, SAFEARRAY** sTextStrs, short* result) {
   return Get(result, [&] {
     RequireNotNull(sMemoText);
+    const std::vector<std::string> texts = Texts(sTextStrs);
     std::string memo;
-    const std::int16_t outcome = layout_->CompressMemoText(memo, Texts(sTextStrs));
-    Rewrite(sMemoText, memo);
-    return outcome;
+    return WritingBack([&] { Rewrite(sMemoText, memo); },
+                       [&] { return layout_->CompressMemoText(memo, texts); });
   });
 }
 STDMETHODIMP LayoutObject::GetMemoTextArray(BSTR* sMemoText, SAFEARRAY** sTextStrs, short* result) {
@@ -245,19 +245,20 @@ STDMETHODIMP LayoutObject::GetMemoTextArray(BSTR* sMemoText, SAFEARRAY** sTextSt
     RequireNotNull(sMemoText);
     std::string memo = Text(sMemoText);
     std::vector<std::string> texts = Texts(sTextStrs);
-    const std::int16_t outcome = layout_->GetMemoTextArray(memo, texts);
-    Rewrite(sMemoText, memo);
-    HandOut(texts, sTextStrs);
-    return outcome;
+    return WritingBack(
+        [&] {
+          Rewrite(sMemoText, memo);
+          HandOut(texts, sTextStrs);
+        },
+        [&] { return layout_->GetMemoTextArray(memo, texts); });
   });
 }
 STDMETHODIMP LayoutObject::GetTextFromNAACCRRec(BSTR* NAACCRtext, SAFEARRAY** sTextStrs,
                                                 short* result) {
   return Get(result, [&] {
     std::vector<std::string> texts;
-    const std::int16_t outcome = layout_->GetTextFromNAACCRRec(Text(NAACCRtext), texts);
-    HandOut(texts, sTextStrs);
-    return outcome;
+    return WritingBack([&] { HandOut(texts, sTextStrs); },
+                       [&] { return layout_->GetTextFromNAACCRRec(Text(NAACCRtext), texts); });
   });
 }
 

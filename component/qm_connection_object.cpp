@@ -88,9 +88,8 @@ class QMConnectionObject final
     return Get(result, [&] {
       RequireNotNull(TablesToLock);
       std::string tables = Text(TablesToLock);
-      const bool locked = connection_.TablesLocked(tables, Optional(CustomMsg));
-      Rewrite(TablesToLock, tables);
-      return locked;
+      return WritingBack([&] { Rewrite(TablesToLock, tables); },
+                         [&] { return connection_.TablesLocked(tables, Optional(CustomMsg)); });
     });
   }
   STDMETHODIMP TablesUnlocked(BSTR* TablesToUnlock, VARIANT_BOOL* result) override {
