@@ -9,6 +9,7 @@
 #include "component/layout_object.h"
 #include "component/record_objects.h"
 #include "component/references.h"
+#include "session/trap.h"
 
 namespace qm::component {
 
@@ -50,15 +51,20 @@ class QMDataSetsObject final
     });
   }
   STDMETHODIMP CreateFacilityNAACCRBuffer(_Abstract** qmAbstract, BSTR* result) override {
-    return Get(result,
-               [&] { return data_sets_.CreateFacilityNAACCRBuffer(AbstractIn(At(qmAbstract))); });
+    return Get(result, [&] {
+      return Trap(1107, "QMObjects.QMDatasets.CreateFacilityNAACCRBuffer", [&] {
+        return data_sets_.CreateFacilityNAACCRBuffer(AbstractIn(At(qmAbstract)));
+      });
+    });
   }
   STDMETHODIMP CreateConsolidatedNAACCRBuffer(_Patient** qmPatient, _Tumor** qmTumor,
                                               BSTR* result) override {
     return Get(result, [&] {
-      return data_sets_.CreateConsolidatedNAACCRBuffer(
-          RequireNative<PatientObject>(At(qmPatient)).record(),
-          RequireNative<TumorObject>(At(qmTumor)).record());
+      return Trap(1108, "QMObjects.QMDatasets.CreateConsolidatedNAACCRBuffer", [&] {
+        return data_sets_.CreateConsolidatedNAACCRBuffer(
+            RequireNative<PatientObject>(At(qmPatient)).record(),
+            RequireNative<TumorObject>(At(qmTumor)).record());
+      });
     });
   }
   // Gives nothing, as the library does; the projects are not used.

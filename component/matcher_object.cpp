@@ -12,13 +12,23 @@ namespace qm::component {
 
 namespace {
 
+// A recordset to score; that there is none is a failure of the scoring.
+std::shared_ptr<Recordset> Scored(IDispatch* object) {
+  try {
+    return RecordsetIn(object);
+  } catch (const Error& error) {
+    throw error.As(error.number(), error.source() + ", GetMatchScore");
+  }
+}
+
 class MatcherObject final : public AutomationObject<MatcherObject, _Matcher, &CLSID_Matcher> {
  public:
   STDMETHODIMP GetMatchingPatientIDsLocal(IDispatch** conMatchDb, _Abstract** qmAbstract,
                                           BSTR* result) override {
     return Get(result, [&] {
-      return matcher_.GetMatchingPatientIDsLocal(
-          ConnectionIn(At(conMatchDb)), RequireNative<AbstractObject>(At(qmAbstract)).record());
+      return matcher_.GetMatchingPatientIDsLocal(ConnectionIn(At(conMatchDb)), [&]() -> Abstract& {
+        return RequireNative<AbstractObject>(At(qmAbstract)).record();
+      });
     });
   }
   STDMETHODIMP Get_Soundex(BSTR NameIn, BSTR* result) override {
@@ -28,9 +38,8 @@ class MatcherObject final : public AutomationObject<MatcherObject, _Matcher, &CL
     return Get(result, [&] { return matcher_.Get_StringMatch_Score(Text(str1), Text(str2)); });
   }
   STDMETHODIMP GetMatchScore(IDispatch* rsAbstract, IDispatch* rsBlock, short* result) override {
-    return Get(result, [&] {
-      return matcher_.GetMatchScore(*RecordsetIn(rsAbstract), *RecordsetIn(rsBlock));
-    });
+    return Get(result,
+               [&] { return matcher_.GetMatchScore(*Scored(rsAbstract), *Scored(rsBlock)); });
   }
   STDMETHODIMP get_CutoffScore(short* result) override {
     return Get(result, [&] { return matcher_.CutoffScore(); });

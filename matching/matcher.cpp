@@ -45,10 +45,15 @@ Matcher& Matcher::operator=(Matcher&&) noexcept = default;
 
 std::string Matcher::GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
                                                 Abstract& qmAbstract) {
+  return GetMatchingPatientIDsLocal(conMatchDb, [&]() -> Abstract& { return qmAbstract; });
+}
+
+std::string Matcher::GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
+                                                const std::function<Abstract&()>& qmAbstract) {
   state_->matches.clear();
   if (!conMatchDb) RaiseRunTime(kErrObjectNotSet);
   if (conMatchDb->State() == kStateClosed) return "Closed connection";
-  return Trapped([&] { return state_->Search(conMatchDb, *qmAbstract.Recordset(1)); });
+  return Trapped([&] { return state_->Search(conMatchDb, *qmAbstract().Recordset(1)); });
 }
 
 std::string Matcher::GetMatchingPatientIDsRemote(

@@ -306,7 +306,7 @@ Raised "a tumor's table", kBase + 1206, "QMData.Tumor.Recordset", " Array out-of
 buffer = data.CreateConsolidatedNAACCRBuffer(tumor, patient)
 Raised "records of the wrong kinds", 13, "*", "*"
 buffer = data.CreateFacilityNAACCRBuffer(Nothing)
-Raised "no record", 91, "*", "*"
+Raised "no record", kBase + 1107, "QMObjects.QMDatasets.CreateFacilityNAACCRBuffer", "*"
 On Error GoTo 0
 
 ' --- Matching ------------------------------------------------------------------------------------
@@ -326,6 +326,10 @@ Same "nothing above the cut-off", matcher.GetMatchingPatientIDsLocal(registry, a
 On Error Resume Next
 matcher.ReadMatchingParams "Provider=SQLite;Data Source=none.db"
 Raised "no rules", kBase + 5000, "qmDataObjects.Matcher.ReadMatchingParams", "*"
+matches = matcher.GetMatchingPatientIDsLocal(registry, Nothing)
+Raised "no abstract to match", kBase + 5000, "qmDataObjects.Matcher.GetMatchingPatientIDs", "*"
+number = matcher.GetMatchScore(Nothing, Nothing)
+Raised "no rows to score", 91, "QMDataObjects2, GetMatchScore", "*"
 On Error GoTo 0
 
 ' --- Recordsets as clients know them ---------------------------------------------------------------
