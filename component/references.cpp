@@ -39,15 +39,26 @@ void NoLongerStand(const void* represented) {
   ThreadState<StandingObjects>().objects.erase(represented);
 }
 
+namespace {
+
+// What is no stranger's and not of the class wanted is of no use.
+void RefuseOwn(IDispatch* object) {
+  if (NativeOf<NativeObject>(object) != nullptr) RaiseRunTime(kErrTypeMismatch);
+}
+
+}  // namespace
+
 std::shared_ptr<Connection> ConnectionIn(IDispatch* object) {
   if (object == nullptr) return nullptr;
   if (const auto* own = NativeOf<ConnectionObject>(object)) return own->connection();
+  RefuseOwn(object);
   return AutomationConnection::Of(ComPointer<IDispatch>(object));
 }
 
 std::shared_ptr<Recordset> RecordsetIn(IDispatch* object) {
   RequireNotNull(object);
   if (const auto* own = NativeOf<RecordsetObject>(object)) return own->recordset();
+  RefuseOwn(object);
   return AutomationRecordset::Of(LateBound(ComPointer<IDispatch>(object)));
 }
 
