@@ -5,10 +5,16 @@
 #include "component/automation_object.h"
 #include "component/creators.h"
 #include "component/interfaces.h"
+#include "session/trap.h"
 
 namespace qm::component {
 
 namespace {
+
+// Whether it was passed is all that counts; its value is not asked for.
+std::optional<Variant> Given(const VARIANT& value) {
+  return IsMissing(value) ? std::nullopt : std::optional<Variant>(std::in_place);
+}
 
 class QMConnectionObject final
     : public AutomationObject<QMConnectionObject, _QMConnection, &CLSID_QMConnection> {
@@ -76,20 +82,23 @@ class QMConnectionObject final
     return Get(result, [&] { return connection_.LockCase(Text(CasID)); });
   }
   STDMETHODIMP UnLockAbstract(LONG AbsID, VARIANT msg, VARIANT_BOOL* result) override {
-    return Get(result, [&] { return connection_.UnLockAbstract(AbsID, Optional(msg)); });
+    return Get(result, [&] { return connection_.UnLockAbstract(AbsID, Given(msg)); });
   }
   STDMETHODIMP UnlockCase(BSTR CasID, VARIANT msg, VARIANT Locktable,
                           VARIANT_BOOL* result) override {
-    return Get(result, [&] {
-      return connection_.UnlockCase(Text(CasID), Optional(msg), Optional(Locktable));
-    });
+    return Get(result,
+               [&] { return connection_.UnlockCase(Text(CasID), Given(msg), Given(Locktable)); });
   }
   STDMETHODIMP TablesLocked(BSTR* TablesToLock, VARIANT CustomMsg, VARIANT_BOOL* result) override {
     return Get(result, [&] {
       RequireNotNull(TablesToLock);
       std::string tables = Text(TablesToLock);
       return WritingBack([&] { Rewrite(TablesToLock, tables); },
-                         [&] { return connection_.TablesLocked(tables, Optional(CustomMsg)); });
+                         [&] {
+                           const auto message = Trap(1006, "QMObjects.QMConnection.TablesLocked",
+                                                     [&] { return Optional(CustomMsg); });
+                           return connection_.TablesLocked(tables, message);
+                         });
     });
   }
   STDMETHODIMP TablesUnlocked(BSTR* TablesToUnlock, VARIANT_BOOL* result) override {
