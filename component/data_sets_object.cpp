@@ -108,7 +108,8 @@ class QMDataSetsObject final
   }
   STDMETHODIMP SaveDisplay(_Display* objDisplay, short* result) override {
     return Get(result, [&] {
-      return data_sets_.SaveDisplay(RequireNative<DisplayObject>(objDisplay).display());
+      const auto* const given = NativeOf<DisplayObject>(objDisplay);
+      return data_sets_.SaveDisplay(given == nullptr ? Display() : given->display());
     });
   }
   STDMETHODIMP GetAbstractXML(BSTR strXML, _NAACCRLayout** result) override {

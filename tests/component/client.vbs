@@ -254,7 +254,7 @@ item.Default = "C509"
 For Each field In fresh
   Same "a field is held by reference", field.FieldNumber & field.Default & field.Invisible, "400C509True"
 Next
-Same "saving stores nothing", data.SaveDisplay(fresh), 0
+Same "saving stores nothing", data.SaveDisplay(fresh) + data.SaveDisplay(Nothing), 0
 On Error Resume Next
 fresh.Add item, "SITE"
 Raised "a key used twice", 457, "*", "*"
