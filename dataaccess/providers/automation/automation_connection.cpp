@@ -114,10 +114,14 @@ std::shared_ptr<Recordset> AutomationConnection::Execute(std::string_view text,
   PlatformVariant by_reference;
   by_reference.get().vt = VT_BYREF | VT_VARIANT;
   by_reference.get().pvarVal = &affected.get();
-  auto recordset = object_.Object(L"Execute", ArgumentsOf(Text(text), std::move(by_reference),
-                                                          PlatformVariant(kOptionsUnspecified)));
+  const PlatformVariant given = object_.Call(
+      L"Execute",
+      ArgumentsOf(Text(text), std::move(by_reference), PlatformVariant(kOptionsUnspecified)));
   if (records_affected != nullptr) *records_affected = Number(affected);
-  return AutomationRecordset::Of(std::move(recordset), shared_from_this());
+  auto recordset = ObjectIn(given.get());
+  // What gives no rows may give no recordset either; ours is then a closed one.
+  if (!recordset) return CreateRecordset();
+  return AutomationRecordset::Of(LateBound(std::move(recordset)), shared_from_this());
 }
 
 std::int32_t AutomationConnection::BeginTrans() { return Number(object_.Call(L"BeginTrans")); }
