@@ -108,7 +108,11 @@ PlatformVariant LateBound::Invoke(DISPID member, WORD kind, Arguments arguments)
                                                           place, &raised, nullptr)
                                     : object_->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind,
                                                       &call, place, &raised, &wrong_argument);
-  if (outcome == DISP_E_EXCEPTION) RaiseException(raised);
+  const bool described = raised.bstrDescription != nullptr || raised.bstrSource != nullptr;
+  if (outcome == DISP_E_EXCEPTION || (FAILED(outcome) && described)) {
+    if (raised.scode == 0 && raised.wCode == 0) raised.scode = outcome;
+    RaiseException(raised);
+  }
   if (FAILED(outcome)) RaiseOutcome(outcome);
   return result;
 }
