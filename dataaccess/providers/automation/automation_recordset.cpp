@@ -75,6 +75,8 @@ std::shared_ptr<AutomationRecordset> AutomationRecordset::Of(
   if (!recordset) {
     recordset = std::make_shared<AutomationRecordset>(std::move(object), std::move(connection));
     known = recordset;
+  } else if (!recordset->connection_) {
+    recordset->connection_ = std::move(connection);
   }
   return recordset;
 }
