@@ -40,6 +40,7 @@ HRESULT PutElement(SAFEARRAY* array, VARTYPE type, LONG index, VARIANT& element)
 
 // An array of another element type, with the same bounds.
 HRESULT ConvertArray(SAFEARRAY* from, VARTYPE type, LCID locale, SAFEARRAY** to) {
+  if (from != nullptr && SafeArrayGetDim(from) > 1) return DISP_E_TYPEMISMATCH;
   LONG lower = 0;
   const LONG count = Elements(from, lower);
   SAFEARRAYBOUND bound{static_cast<ULONG>(count), lower};
@@ -211,9 +212,9 @@ HRESULT BoundArgument::WriteBack(LCID locale) {
   }
   if (FAILED(outcome)) return outcome;
   if ((target.vt & VT_BYREF) == 0) {
-    VariantClear(&target);
-    target = form.Detach();
-    return S_OK;
+    outcome = VariantClear(&target);  // refuses an array that the caller holds locked
+    if (SUCCEEDED(outcome)) target = form.Detach();
+    return outcome;
   }
   // A typed place: what it held goes, and the payload moves in.
   VARIANT old{};

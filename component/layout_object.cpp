@@ -248,7 +248,7 @@ STDMETHODIMP LayoutObject::GetMemoTextArray(BSTR* sMemoText, SAFEARRAY** sTextSt
     return WritingBack(
         [&] {
           Rewrite(sMemoText, memo);
-          HandOut(texts, sTextStrs);
+          PutBack(texts, sTextStrs);
         },
         [&] { return layout_->GetMemoTextArray(memo, texts); });
   });

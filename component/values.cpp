@@ -12,9 +12,40 @@ SAFEARRAY* MakeArray(VARTYPE type, std::size_t size) {
   return array;
 }
 
-void Replace(SAFEARRAY** place, SAFEARRAY* array) {
-  if (*place != nullptr) SafeArrayDestroy(*place);
-  *place = array;
+constexpr std::int32_t kErrArrayFixed = 10;
+
+bool IsFixed(SAFEARRAY* array) {
+  return array != nullptr &&
+         (array->cLocks != 0 || (array->fFeatures & (FADF_FIXEDSIZE | FADF_STATIC)) != 0);
+}
+
+bool Covers(SAFEARRAY* array, VARTYPE type, std::size_t size) {
+  VARTYPE own = VT_EMPTY;
+  LONG lower = 0;
+  LONG upper = -1;
+  return SafeArrayGetDim(array) == 1 && SUCCEEDED(SafeArrayGetVartype(array, &own)) &&
+         own == type && SUCCEEDED(SafeArrayGetLBound(array, 1, &lower)) &&
+         SUCCEEDED(SafeArrayGetUBound(array, 1, &upper)) && lower <= 0 &&
+         upper >= static_cast<LONG>(size) - 1;
+}
+
+// The array to fill: a new one, or the client's own where that cannot be replaced but has room.
+SAFEARRAY* ArrayFor(SAFEARRAY** place, VARTYPE type, std::size_t size) {
+  RequireNotNull(place);
+  if (!IsFixed(*place)) {
+    SAFEARRAY* const fresh = MakeArray(type, size);
+    if (*place != nullptr) SafeArrayDestroy(*place);
+    *place = fresh;
+  } else if (!Covers(*place, type, size)) {
+    throw Error(kErrArrayFixed, "QMDataObjects2", "This array is fixed or temporarily locked");
+  }
+  return *place;
+}
+
+void PutText(SAFEARRAY* array, LONG i, const std::string& text) {
+  BSTR const element = MakeBstr(text);
+  SafeArrayPutElement(array, &i, element);
+  SysFreeString(element);
 }
 
 }  // namespace
@@ -46,24 +77,27 @@ std::vector<std::string> Texts(SAFEARRAY* const* array) {
 }
 
 void HandOut(const std::vector<std::string>& values, SAFEARRAY** array) {
-  RequireNotNull(array);
-  SAFEARRAY* const fresh = MakeArray(VT_BSTR, values.size());
+  SAFEARRAY* const filled = ArrayFor(array, VT_BSTR, values.size());
   for (LONG i = 0; i < static_cast<LONG>(values.size()); ++i) {
-    BSTR const element = MakeBstr(values[static_cast<std::size_t>(i)]);
-    SafeArrayPutElement(fresh, &i, element);
-    SysFreeString(element);
+    PutText(filled, i, values[static_cast<std::size_t>(i)]);
   }
-  Replace(array, fresh);
+}
+
+void PutBack(const std::vector<std::string>& texts, SAFEARRAY* const* array) {
+  if (array == nullptr || *array == nullptr) return;
+  LONG lower = 0;
+  SafeArrayGetLBound(*array, 1, &lower);
+  for (LONG i = lower; i < static_cast<LONG>(texts.size()); ++i) {
+    PutText(*array, i, texts[static_cast<std::size_t>(i)]);
+  }
 }
 
 void HandOut(const std::vector<std::int16_t>& values, SAFEARRAY** array) {
-  RequireNotNull(array);
-  SAFEARRAY* const fresh = MakeArray(VT_I2, values.size());
+  SAFEARRAY* const filled = ArrayFor(array, VT_I2, values.size());
   for (LONG i = 0; i < static_cast<LONG>(values.size()); ++i) {
     std::int16_t element = values[static_cast<std::size_t>(i)];
-    SafeArrayPutElement(fresh, &i, &element);
+    SafeArrayPutElement(filled, &i, &element);
   }
-  Replace(array, fresh);
 }
 
 }  // namespace qm::component

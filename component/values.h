@@ -76,9 +76,11 @@ void HandOut(Object* object, Interface** result) {
 /// Replaces a client's text.
 void Rewrite(BSTR* place, std::string_view text);
 
-// Arrays of the client's: read with their elements at their own subscripts below `size` (a lower
-// bound above 0 leaves empty elements), written from subscript 0, in place where the bounds fit.
+// Arrays of the client's: read with their elements at their own subscripts (a lower bound above 0
+// leaves empty elements) and put back into those; handed out from subscript 0 as new arrays, or in
+// place into a fixed or locked one that has room: 10 where it has none.
 std::vector<std::string> Texts(SAFEARRAY* const* array);
+void PutBack(const std::vector<std::string>& texts, SAFEARRAY* const* array);
 void HandOut(const std::vector<std::string>& values, SAFEARRAY** array);
 void HandOut(const std::vector<std::int16_t>& values, SAFEARRAY** array);
 
