@@ -2,6 +2,8 @@
 
 #include "component/layout_object.h"
 
+#include "session/trap.h"
+
 namespace qm::component {
 
 STDMETHODIMP LayoutObject::get_FieldName(short* iFieldIndex, BSTR* result) {
@@ -257,8 +259,11 @@ STDMETHODIMP LayoutObject::GetTextFromNAACCRRec(BSTR* NAACCRtext, SAFEARRAY** sT
                                                 short* result) {
   return Get(result, [&] {
     std::vector<std::string> texts;
-    return WritingBack([&] { HandOut(texts, sTextStrs); },
-                       [&] { return layout_->GetTextFromNAACCRRec(Text(NAACCRtext), texts); });
+    // An array that cannot be made to fit fails as the operation does.
+    return Trap(1316, "QMObjects.NAACCRLayOut.GetTextFromNAACCRRec", [&] {
+      return WritingBack([&] { HandOut(texts, sTextStrs); },
+                         [&] { return layout_->GetTextFromNAACCRRec(Text(NAACCRtext), texts); });
+    });
   });
 }
 
