@@ -71,7 +71,11 @@ States& CurrentStates() {
 }  // namespace
 
 void EndThreadState() {
-  if (current != nullptr) End(*current);
+  if (current == nullptr) return;
+  End(*current);
+#ifdef _WIN32
+  if (abandoned) delete std::exchange(current, nullptr);  // no end of the thread does it
+#endif
 }
 
 bool ThreadStateHoldsAnything() {
