@@ -26,8 +26,9 @@ namespace qm::component {
 
 // Connections and recordsets, in both directions (references.cpp): one of the library's own has one
 // object while a client holds it; one of the platform's is the client's own object.
-std::shared_ptr<Connection> ConnectionIn(IDispatch* object);  ///< null for nothing, 13 for our others
-std::shared_ptr<Recordset> RecordsetIn(IDispatch* object);    ///< 91 for nothing, 13 for our others
+// An object of another class of the component is 13.
+std::shared_ptr<Connection> ConnectionIn(IDispatch* object);  ///< null for nothing
+std::shared_ptr<Recordset> RecordsetIn(IDispatch* object);    ///< 91 for nothing
 IDispatch* ObjectFor(const std::shared_ptr<Connection>& connection);
 IDispatch* ObjectFor(const std::shared_ptr<Recordset>& recordset);
 
