@@ -6,9 +6,11 @@ set(CMAKE_C_COMPILER ${QM_MINGW}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${QM_MINGW}-g++-posix)
 set(CMAKE_RC_COMPILER ${QM_MINGW}-windres)
 
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
-set(CMAKE_MODULE_LINKER_FLAGS_INIT "-static")
+# Without symbols and times, so that the same sources give the same bytes.
+set(QM_MINGW_LINK "-static -s -Wl,--no-insert-timestamp")
+set(CMAKE_EXE_LINKER_FLAGS_INIT "${QM_MINGW_LINK}")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "${QM_MINGW_LINK}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "${QM_MINGW_LINK}")
 
 set(CMAKE_FIND_ROOT_PATH /usr/${QM_MINGW})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -5,7 +5,7 @@
 '   qm import -d registry registry\incoming.txt
 '   cscript match.vbs registry 1
 Option Explicit
-Dim session, data, abstract, matcher, folder, number, pair
+Dim session, data, abstract, matcher, folder, number, pair, parts
 
 If WScript.Arguments.Count <> 2 Then
   WScript.Echo "usage: cscript match.vbs FOLDER ABSTRACT"
@@ -28,6 +28,7 @@ matcher.ReadMatchingParams session.Registry.ConnectionString
 ' ", 1021:96, 88:91": each patient with the score.
 For Each pair In Split(matcher.GetMatchingPatientIDsLocal(session.Registry, abstract), ",")
   If Trim(pair) <> "" Then
-    WScript.Echo "patient " & Split(Trim(pair), ":")(0) & ", score " & Split(pair, ":")(1)
+    parts = Split(Trim(pair), ":")
+    WScript.Echo "patient " & parts(0) & ", score " & parts(1)
   End If
 Next
