@@ -49,6 +49,7 @@ class RuleCheck {
   double CheckWeights();
   void CheckColumns(CheckedRule& rule);
   void CheckBlockingColumn(const CheckedRule& rule);
+  bool HasIndexFor(const std::string& patient_field) const;
   void CheckIgnoredValues(const CheckedRule& rule);
   void CheckDuplicates();
 

@@ -11,9 +11,9 @@
 #include <qm/error.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/database_catalog.h"
+#include "dataaccess/sql_text.h"
 #include "runtime/text.h"
-#include "setup/sql_text.h"
-#include "upkeep/database_catalog.h"
 #include "upkeep/table_rows.h"
 
 namespace qm {

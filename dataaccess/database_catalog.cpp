@@ -1,4 +1,4 @@
-#include "upkeep/database_catalog.h"
+#include "dataaccess/database_catalog.h"
 
 #include <utility>
 
@@ -6,8 +6,8 @@
 #include <qm/error.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/sql_text.h"
 #include "runtime/text.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 
