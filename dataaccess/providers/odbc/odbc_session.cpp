@@ -169,13 +169,27 @@ std::vector<std::string> OdbcSession::InstalledDrivers() const {
 }
 
 void OdbcSession::Raise(const OdbcDiagnostic& diagnostic, std::string_view statement) {
-  if (IsConnectionLost(diagnostic)) {
+  const std::int32_t number = NumberOf(diagnostic);
+  lost_ = lost_ || IsConnectionLost(diagnostic) || (number == kErrEngine && IsDead());
+  if (lost_) {
     in_transaction_ = false;
-    throw Error(kErrEngine, kOdbcSource, "the connection to the server is lost: " + diagnostic.text,
-                diagnostic.native != 0 ? diagnostic.native : 1, std::string(statement));
+    std::string text(kConnectionLost);
+    if (!diagnostic.text.empty()) text += ": " + diagnostic.text;
+    throw Error(kErrEngine, kOdbcSource, text, diagnostic.native != 0 ? diagnostic.native : 1,
+                std::string(statement));
   }
-  if (NumberOf(diagnostic) == kErrNoSuchTable && catalog_) catalog_->Forget();
+  if (number == kErrNoSuchTable && catalog_) catalog_->Forget();
   RaiseOdbc(diagnostic, statement);
+}
+
+void OdbcSession::RequireConnection() {
+  if (lost_) Raise({}, {});
+}
+
+bool OdbcSession::IsDead() const {
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  return SQL_SUCCEEDED(SQLGetConnectAttrW(handle(), SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+         dead == SQL_CD_TRUE;
 }
 
 void OdbcSession::Run(std::string_view text) { OdbcStatement(*this, text, text).Execute(); }
@@ -196,6 +210,7 @@ void OdbcSession::ChooseDelivery(SQLHSTMT statement, bool stream) {
 }
 
 void OdbcSession::MakeRoom(const OdbcStatement* runs) {
+  RequireConnection();
   if (streaming_ == nullptr || streaming_ == runs || !dialect_->OneReader()) return;
   std::exchange(streaming_, nullptr)->Hold();
 }
@@ -424,6 +439,7 @@ Row OdbcSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange
 }
 
 void OdbcSession::BeginTransaction() {
+  RequireConnection();
   const SQLRETURN code =
       SQLSetConnectAttrW(handle(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_OFF), 0);
   if (!SQL_SUCCEEDED(code)) Raise(DiagnosticOf(SQL_HANDLE_DBC, handle()), "BEGIN");

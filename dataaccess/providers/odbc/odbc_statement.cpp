@@ -138,7 +138,7 @@ struct OdbcStatement::Parameter {
 
 OdbcStatement::OdbcStatement(OdbcSession& session, std::string_view text, std::string_view shown)
     : session_(session),
-      handle_(SQL_HANDLE_STMT, SQL_HANDLE_DBC, session.handle()),
+      handle_(SQL_HANDLE_STMT, SQL_HANDLE_DBC, session.LiveHandle()),
       text_(text),
       shown_(shown) {}
 
@@ -312,6 +312,7 @@ std::string OdbcStatement::ColumnText(std::size_t column, SQLUSMALLINT field) {
 }
 
 bool OdbcStatement::FetchBlock() {
+  session_.RequireConnection();
   next_ = 0;
   fetched_ = 0;
   const SQLRETURN code = SQLFetch(handle_.get());
