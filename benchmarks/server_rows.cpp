@@ -20,11 +20,12 @@ namespace {
 constexpr int kRows = 100'000;
 constexpr int kRowsAnInsert = 500;
 constexpr int kEdits = 1000;
-constexpr const char* kAllRows = "SELECT * FROM QMBench";
+constexpr const char* kAllRows = "SELECT * FROM qm_bench";
 
 // Names, numbers and dates of a patient: one key and seven short texts.
-constexpr std::array kColumns = {"LastName",  "FirstName", "Street", "City",
-                                 "BirthDate", "SocSec",    "Sex"};
+// Names in lower case, as PostgreSQL reads them where they are not quoted.
+constexpr std::array kColumns = {"lastname",  "firstname", "street", "city",
+                                 "birthdate", "socsec",    "sex"};
 constexpr std::size_t kTextUnits = 41;
 
 std::string TextOf(int row, std::size_t column) {
@@ -34,16 +35,16 @@ std::string TextOf(int row, std::size_t column) {
 
 void MakeTable(Connection& connection) {
   try {
-    connection.Execute("DROP TABLE QMBench");
+    connection.Execute("DROP TABLE qm_bench");
   } catch (const Error&) {
     // There was none.
   }
-  std::string columns = "PatientID INTEGER NOT NULL PRIMARY KEY";
+  std::string columns = "patientid INTEGER NOT NULL PRIMARY KEY";
   for (const char* column : kColumns) columns += std::string(", ") + column + " VARCHAR(40)";
-  connection.Execute("CREATE TABLE QMBench (" + columns + ")");
+  connection.Execute("CREATE TABLE qm_bench (" + columns + ")");
   connection.BeginTrans();
   for (int row = 1; row <= kRows;) {
-    std::string text = "INSERT INTO QMBench VALUES ";
+    std::string text = "INSERT INTO qm_bench VALUES ";
     for (int i = 0; i < kRowsAnInsert; ++i, ++row) {
       text += (i == 0 ? "(" : ", (") + std::to_string(row);
       for (std::size_t c = 0; c < kColumns.size(); ++c) text += ", '" + TextOf(row, c) + "'";
@@ -172,20 +173,20 @@ void ReadRowsByHand(benchmark::State& state, const std::string& text) {
 // The rows to be edited are chosen anew each time, and each edit changes its value.
 std::string EditedRows(int round) {
   const int first = round * kEdits % (kRows - kEdits);
-  return std::string(kAllRows) + " WHERE PatientID > " + std::to_string(first) +
-         " AND PatientID <= " + std::to_string(first + kEdits);
+  return std::string(kAllRows) + " WHERE patientid > " + std::to_string(first) +
+         " AND patientid <= " + std::to_string(first + kEdits);
 }
 
-void SaveEdits(benchmark::State& state, const std::string& text) {
+void SaveEdits(benchmark::State& state, const std::string& text, std::int32_t cursor) {
   const auto connection = Open(text);
   static int round = 0;
   for (auto _ : state) {
     ++round;
     auto rows = connection->CreateRecordset();
-    rows->Open(EditedRows(round), connection, kOpenKeyset, kLockOptimistic);
+    rows->Open(EditedRows(round), connection, cursor, kLockOptimistic);
     connection->BeginTrans();
     for (; !rows->Eof(); rows->MoveNext()) {
-      rows->SetValue("Street", "STREET " + std::to_string(round));
+      rows->SetValue("street", "STREET " + std::to_string(round));
       rows->Update();
     }
     connection->CommitTrans();
@@ -194,11 +195,16 @@ void SaveEdits(benchmark::State& state, const std::string& text) {
 }
 
 // The same promise by hand: a row that another user changed meanwhile is not written over.
-void SaveEditsByHand(benchmark::State& state, const std::string& text, const std::string& same) {
+// A keyset's promise is that a row is read anew when it is moved to.
+void SaveEditsByHand(benchmark::State& state, const std::string& text, const std::string& same,
+                     bool anew) {
   Hand hand(text);
+  OdbcHandle read = hand.Statement();
+  const std::u16string row_text = Utf16("SELECT * FROM qm_bench WHERE patientid = ?");
+  Check(SQLPrepareW(read.get(), WideText(row_text), SQL_NTS), SQL_HANDLE_STMT, read.get());
   OdbcHandle update = hand.Statement();
   const std::u16string statement =
-      Utf16("UPDATE QMBench SET Street = ? WHERE PatientID = ? AND " + same);
+      Utf16("UPDATE qm_bench SET street = ? WHERE patientid = ? AND " + same);
   Check(SQLPrepareW(update.get(), WideText(statement), SQL_NTS), SQL_HANDLE_STMT, update.get());
   static int round = 0;
   for (auto _ : state) {
@@ -215,6 +221,22 @@ void SaveEditsByHand(benchmark::State& state, const std::string& text, const std
     }
     hand.Autocommit(false);
     for (auto& [key, old] : found) {
+      if (anew) {
+        SQLBindParameter(read.get(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, &key, 0,
+                         nullptr);
+        Check(SQLExecute(read.get()), SQL_HANDLE_STMT, read.get());
+        Check(SQLFetch(read.get()), SQL_HANDLE_STMT, read.get());
+        for (std::size_t c = 0; c < kColumns.size(); ++c) {
+          std::array<char16_t, kTextUnits> cell{};
+          SQLLEN bytes = 0;
+          SQLGetData(read.get(), static_cast<SQLUSMALLINT>(c + 2), SQL_C_WCHAR, cell.data(),
+                     sizeof cell, &bytes);
+          std::string value = Utf8({cell.data(), static_cast<std::size_t>(bytes) / 2});
+          if (c == 2) old = value;
+          benchmark::DoNotOptimize(value);
+        }
+        SQLFreeStmt(read.get(), SQL_CLOSE);
+      }
       std::u16string value = Utf16("HAND " + std::to_string(round));
       std::u16string was = Utf16(old);
       SQLLEN value_length = static_cast<SQLLEN>(value.size() * 2);
@@ -248,7 +270,7 @@ void CompareServerRows(const std::string& engine, const std::string& connection_
       connection_string + (postgres ? ";UseDeclareFetch=1;Fetch=1000" : ";OPTION=1048576");
   const std::string& holding = connection_string;
   const std::string same =
-      postgres ? "Street IS NOT DISTINCT FROM ?" : "CAST(Street AS BINARY) <=> CAST(? AS BINARY)";
+      postgres ? "street IS NOT DISTINCT FROM ?" : "CAST(street AS BINARY) <=> CAST(? AS BINARY)";
   const auto read = [=](std::int32_t cursor) {
     return [=](benchmark::State& state) { ReadRows(state, connection_string, cursor); };
   };
@@ -257,10 +279,14 @@ void CompareServerRows(const std::string& engine, const std::string& connection_
   };
   Compare(engine + ": a row of 100,000, streamed", read(kOpenForwardOnly), by_hand(streaming));
   Compare(engine + ": a row of 100,000, static", read(kOpenStatic), by_hand(holding));
-  Compare(
-      engine + ": an edit of 1,000 saved",
-      [=](benchmark::State& state) { SaveEdits(state, connection_string); },
-      [=](benchmark::State& state) { SaveEditsByHand(state, holding, same); });
+  for (const bool anew : {false, true}) {
+    Compare(
+        engine + ": an edit of 1,000 saved" + (anew ? ", rows read anew" : ""),
+        [=](benchmark::State& state) {
+          SaveEdits(state, connection_string, anew ? kOpenKeyset : kOpenStatic);
+        },
+        [=](benchmark::State& state) { SaveEditsByHand(state, holding, same, anew); });
+  }
 }
 
 }  // namespace qm::bench

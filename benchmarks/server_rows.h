@@ -6,7 +6,7 @@
 
 namespace qm::bench {
 
-/// Registers the comparisons on the server of a connection string, in a table `QMBench` of their
+/// Registers the comparisons on the server of a connection string, in a table `qm_bench` of their
 /// own, which is made anew and is left behind.
 void CompareServerRows(const std::string& engine, const std::string& connection_string);
 

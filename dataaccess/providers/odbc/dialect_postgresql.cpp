@@ -20,7 +20,7 @@ class Postgres : public OdbcDialect {
     // stay.
     return "Protocol=7.4-2;UseServerSidePrepare=1;BoolsAsChar=0;TextAsLongVarchar=1;"
            "UnknownsAsLongVarchar=0;MaxVarcharSize=8190;LFConversion=0;KeepaliveTime=30;"
-           "KeepaliveInterval=10;";
+           "KeepaliveInterval=10;Fetch=1000;";
   }
   std::vector<std::string> SessionStatements() const override {
     return {"SET standard_conforming_strings = on", "SET client_min_messages = warning"};
