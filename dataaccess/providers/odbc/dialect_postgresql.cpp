@@ -25,6 +25,9 @@ class Postgres : public OdbcDialect {
   std::vector<std::string> SessionStatements() const override {
     return {"SET standard_conforming_strings = on", "SET client_min_messages = warning"};
   }
+  std::string_view ReadOnly() const override {
+    return "SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY";
+  }
   std::string LockTimeout(std::int32_t seconds) const override {
     return "SET lock_timeout = '" + std::to_string(seconds) + "s'";
   }

@@ -49,13 +49,16 @@ std::string_view GuessEngine(const ParsedConnectionString& connection) {
   return holds("sql server") ? "Microsoft SQL Server" : "";
 }
 
-// The string with those of the options that it does not hold itself.
-std::string WithOptions(std::string text, std::string_view options) {
+// The string with what the dialect's driver needs.
+std::string WithOptions(std::string text, const OdbcDialect& dialect) {
   const ParsedConnectionString given(text);
-  const ParsedConnectionString wanted(options);
+  const ParsedConnectionString wanted(dialect.DriverOptions());
+  const ParsedConnectionString fixed(dialect.FixedOptions());
   for (const auto& [keyword, value] : wanted.Values()) {
     if (!given.Find(keyword)) AppendPart(text, keyword, value);
   }
+  // Of equal keywords the last one counts.
+  for (const auto& [keyword, value] : fixed.Values()) AppendPart(text, keyword, value);
   return text;
 }
 
@@ -80,12 +83,12 @@ OdbcSession::OdbcSession(const ParsedConnectionString& connection, const Session
   const std::string text = OdbcString(connection, settings.user, settings.password,
                                       [this] { return InstalledDrivers(); });
   dialect_ = &DialectFor(GuessEngine(connection));
-  Connect(WithOptions(text, dialect_->DriverOptions()), settings);
+  Connect(WithOptions(text, *dialect_), settings);
   const OdbcDialect& actual = DialectFor(Info(SQL_DBMS_NAME));
   if (&actual != dialect_) {
     dialect_ = &actual;
     if (!dialect_->DriverOptions().empty()) {
-      Connect(WithOptions(text, dialect_->DriverOptions()), settings);
+      Connect(WithOptions(text, *dialect_), settings);
     }
   }
 
@@ -93,6 +96,7 @@ OdbcSession::OdbcSession(const ParsedConnectionString& connection, const Session
   SQLGetInfoW(handle(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   any_order_ = (extensions & SQL_GD_ANY_COLUMN) != 0 && (extensions & SQL_GD_BOUND) != 0;
   for (const std::string& statement : dialect_->SessionStatements()) Run(statement);
+  if (settings.mode == kModeRead && !dialect_->ReadOnly().empty()) Run(dialect_->ReadOnly());
   const std::int32_t asked = settings.isolation_level > 0 ? settings.isolation_level
                                                           : std::int32_t{kIsolationReadCommitted};
   isolation_level_ = dialect_->IsolationInForce(asked);
@@ -359,7 +363,10 @@ bool OdbcSession::KeepsAsGiven(const OdbcTable& table, const ColumnChange& chang
   const OdbcColumn* column = table.Info().FindColumn(change.column);
   if (column == nullptr) return false;
   const OdbcKind kind = KindOf(column->place.sql_type);
-  if (change.value.IsText()) return kind == OdbcKind::kText;
+  // Some engines take blanks away from the end: of fixed lengths, or beyond a column's length.
+  if (change.value.IsText()) {
+    return kind == OdbcKind::kText && !change.value.Get<std::string>().ends_with(' ');
+  }
   return kind == OdbcKind::kWhole && (change.value.GetIf<std::int32_t>() != nullptr ||
                                       change.value.GetIf<std::int64_t>() != nullptr);
 }
@@ -418,12 +425,14 @@ bool OdbcSession::UpdateRow(const RowOrigin& origin, std::span<Variant> identity
 Row OdbcSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) {
   const OdbcTable& table = TableOf(origin);
   Row identity;
+  std::size_t made = table.IdentityWidth();  // the place of the key that the engine makes
   for (const std::string& key : table.Info().keys) {
     const auto given = std::ranges::find_if(
         values, [&](const ColumnChange& v) { return EqualsIgnoreCase(v.column, key); });
-    if (given != values.end()) identity.push_back(given->value);
+    if (given == values.end()) made = identity.size();
+    identity.push_back(given != values.end() ? given->value : Variant::Null());
   }
-  const bool keys_given = identity.size() == table.IdentityWidth();
+  const bool keys_given = made == table.IdentityWidth();
   auto statement = Take(table.InsertText(values, !keys_given));
   for (const ColumnChange& value : values) {
     const OdbcColumn* column = table.Info().FindColumn(value.column);
@@ -433,8 +442,16 @@ Row OdbcSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange
   if (statement->HasRows()) {
     identity.clear();
     statement->Next(identity);
+    made = table.IdentityWidth();
   }
   GiveBack(std::move(statement));
+  if (made < identity.size() && !dialect_->LastKey().empty()) {
+    auto last = Take(std::string(dialect_->LastKey()));
+    last->Execute();
+    Row key;
+    if (last->Next(key)) identity[made] = std::move(key[0]);
+    GiveBack(std::move(last));
+  }
   return identity;
 }
 

@@ -64,6 +64,7 @@ class OdbcSession : public ProviderSession {
   void Count() { CountStatement(); }
   [[noreturn]] void Raise(const OdbcDiagnostic& diagnostic, std::string_view statement);
   bool GivesValuesInAnyOrder() const { return any_order_; }
+  bool TextsAsUtf8() const { return dialect_->TextsAsUtf8(); }
   void ChooseDelivery(SQLHSTMT statement, bool stream);
   /// Before a statement runs: another one that streams is read to its end where it would be in the
   /// way.
@@ -95,7 +96,6 @@ class OdbcSession : public ProviderSession {
   bool lost_ = false;
   bool in_transaction_ = false;
   bool any_order_ = false;
-  bool one_reader_ = false;
   std::int32_t isolation_level_ = 0;
   const OdbcDialect* dialect_ = nullptr;
   std::unique_ptr<OdbcCatalog> catalog_;
