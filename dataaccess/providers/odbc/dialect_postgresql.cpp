@@ -36,6 +36,7 @@ class Postgres : public OdbcDialect {
   std::int32_t IsolationInForce(std::int32_t asked) const override {
     return asked == kIsolationReadUncommitted ? std::int32_t{kIsolationReadCommitted} : asked;
   }
+  bool KeepsZeros() const override { return false; }
   SqlQuoting Quoting() const override {
     return {.escape_strings = true, .nested_comments = true, .return_ends_comment = true};
   }

@@ -140,7 +140,8 @@ std::string OdbcString(const ParsedConnectionString& connection, std::string_vie
       continue;
     }
     if (EqualsIgnoreCase(keyword, "Integrated Security")) {
-      AppendPart(text, "Trusted_Connection", "yes");
+      const bool yes = !EqualsIgnoreCase(value, "False") && !EqualsIgnoreCase(value, "No");
+      if (yes) AppendPart(text, "Trusted_Connection", "yes");
       continue;
     }
     const std::string_view name = DriverKeyword(target, keyword);

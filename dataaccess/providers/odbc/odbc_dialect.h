@@ -43,6 +43,9 @@ class OdbcDialect {
   /// The connection attribute that tells the driver to stream the next statement's rows; 0: none.
   virtual int StreamAttribute() const { return 0; }
 
+  /// Whether a text may hold a character of code 0.
+  virtual bool KeepsZeros() const { return true; }
+
   virtual SqlQuoting Quoting() const { return {}; }
   /// A name in the engine's quotes.
   virtual std::string Quote(std::string_view name) const;

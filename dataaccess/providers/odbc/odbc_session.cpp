@@ -474,6 +474,13 @@ void OdbcSession::EndTransaction(SQLSMALLINT how) {
   SQLSetConnectAttrW(handle(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
 }
 
-Variant OdbcSession::StoredForm(const Variant& value) const { return qm::StoredForm(value); }
+Variant OdbcSession::StoredForm(const Variant& value) const {
+  Variant stored = qm::StoredForm(value);
+  if (stored.IsText() && !dialect_->KeepsZeros() &&
+      stored.Get<std::string>().find('\0') != std::string::npos) {
+    RaiseData(kErrWrongType, "this engine keeps no text with a character of code 0");
+  }
+  return stored;
+}
 
 }  // namespace qm
