@@ -26,7 +26,9 @@ constexpr std::size_t kIdleStatements = 64;
 
 const OdbcTable& TableOf(const RowOrigin& origin) { return static_cast<const OdbcTable&>(origin); }
 
-SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
+SQLPOINTER Number(std::uintptr_t value) {
+  return reinterpret_cast<SQLPOINTER>(value);  // NOLINT(performance-no-int-to-ptr): the interface's
+}
 
 std::uintptr_t TransactionLevel(std::int32_t level) {
   switch (level) {

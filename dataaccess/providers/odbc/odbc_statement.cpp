@@ -314,6 +314,7 @@ void OdbcStatement::BindColumns() {
   const auto attribute = [this](SQLINTEGER name, SQLPOINTER value) {
     if (!SQL_SUCCEEDED(SQLSetStmtAttrW(handle_.get(), name, value, 0))) Raise();
   };
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface's way to give a number
   attribute(SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(block_));
   attribute(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
   for (std::size_t i = 0; i < columns_.size(); ++i) {
