@@ -2,6 +2,7 @@
 
 #include <array>
 #include <map>
+#include <set>
 #include <utility>
 
 #include <qm/conversions.h>
@@ -223,6 +224,7 @@ class RegistryCheck {
     for (const std::string& indexed : shapes_.catalog().IndexedColumns(*shapes_.Find("Patients"))) {
       if (EqualsIgnoreCase(indexed, column)) return;
     }
+    if (!unindexed_.insert(LowerCase(column)).second) return;
     Add("blocking-index", "Patients",
         "no index begins with " + column + ", so every search reads all patients",
         "CREATE INDEX IX_Patients_" + column + " ON Patients (" + column + ")");
@@ -264,6 +266,7 @@ class RegistryCheck {
   std::shared_ptr<Connection> control_;
   TableShapes shapes_;
   std::vector<RegistryFinding> findings_;
+  std::set<std::string> unindexed_;  // told already, in lower case
 };
 
 }  // namespace
