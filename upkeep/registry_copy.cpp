@@ -222,6 +222,7 @@ class RegistryCopy {
       way.to->Execute("DELETE FROM " + Bracketed(way.table.name));
       there = 0;
     }
+    Tell(doing, there, total);
     const auto rows = ReadRows(*way.from, way.table, true);
     TableWriter writer(way.to, way.table);
     std::optional<Transaction> transaction;
