@@ -11,6 +11,7 @@
 #include "expression/syntax_error.h"
 #include "runtime/date_text.h"
 #include "runtime/number_text.h"
+#include "runtime/text.h"
 
 namespace qm {
 
@@ -18,7 +19,6 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 bool IsNamePart(char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
 bool IsHexDigit(char c) { return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }

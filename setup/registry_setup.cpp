@@ -7,9 +7,12 @@
 #include <optional>
 #include <system_error>
 
+#include "dataaccess/database_catalog.h"
+#include "dataaccess/sql_scanner.h"
 #include "runtime/owner_only.h"
 #include "runtime/path_text.h"
 #include "runtime/private_file.h"
+#include "runtime/text.h"
 #include "setup/database_file.h"
 #include "setup/schema.h"
 
@@ -20,11 +23,26 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kSource = "QMDataObjects.RegistrySetup";
-constexpr std::array kFiles = {"registry.db", "control.db"};
+constexpr std::array kDatabaseFiles = {"registry.db", "control.db"};
 // Where the files are built: this, the process, and when.
 constexpr const char* kWorkFolder = ".setup-";
 // What a database in use, or one whose user was interrupted, keeps beside itself.
 constexpr std::array kCompanions = {"", "-wal", "-shm", "-journal"};
+
+// A table that is there already would be noticed in the middle of the work, which some engines
+// cannot take back.
+void RequireNoTables(const std::shared_ptr<Connection>& connection,
+                     const std::vector<std::string>& statements) {
+  const std::vector<std::string> there = DatabaseCatalog(connection).Tables();
+  for (const std::string& statement : statements) {
+    SqlScanner scanner(statement);
+    if (!scanner.Next().Is("CREATE") || !scanner.Next().Is("TABLE")) continue;
+    const std::string table = UnquoteName(scanner.Next().text);
+    if (!ContainsName(there, table)) continue;
+    throw Error(kErrIntegrity, kSource,
+                "The database holds a registry already: there is a table " + table + ".");
+  }
+}
 
 void Run(Connection& connection, const std::vector<std::string>& statements) {
   for (const std::string& statement : statements) connection.Execute(statement);
@@ -38,10 +56,10 @@ void Run(Connection& connection, const std::vector<std::string>& statements) {
 // Whether a setup was killed after it had placed the first file: that one is a link to the file
 // that the setup had built, and nobody has used it since.
 bool IsHalfPlaced(const fs::path& folder) {
-  const fs::path placed = folder / kFiles[0];
+  const fs::path placed = folder / kDatabaseFiles[0];
   std::error_code missing;
   for (const fs::path& work : Leftovers(folder / kWorkFolder, fs::file_type::directory)) {
-    if (fs::equivalent(placed, work / kFiles[0], missing) &&
+    if (fs::equivalent(placed, work / kDatabaseFiles[0], missing) &&
         fs::last_write_time(placed) <= fs::last_write_time(work)) {
       return true;
     }
@@ -52,15 +70,15 @@ bool IsHalfPlaced(const fs::path& folder) {
 // Refuses a folder with a registry; what a killed setup had half placed is taken away.
 void RequireNoRegistry(const fs::path& folder) {
   bool half_placed = false;
-  for (const std::string file : kFiles) {
+  for (const std::string file : kDatabaseFiles) {
     for (const char* companion : kCompanions) {
       const fs::path path = folder / (file + companion);
       if (fs::symlink_status(path).type() == fs::file_type::not_found) continue;
-      half_placed = path == folder / kFiles[0] && IsHalfPlaced(folder);
+      half_placed = path == folder / kDatabaseFiles[0] && IsHalfPlaced(folder);
       if (!half_placed) RefuseFolder(path);
     }
   }
-  if (half_placed) fs::remove(folder / kFiles[0]);
+  if (half_placed) fs::remove(folder / kDatabaseFiles[0]);
 }
 
 void MakePrivateFolder(const fs::path& folder) {
@@ -110,16 +128,16 @@ void Place(const fs::path& from, const fs::path& to) {
 void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
   RequireNoRegistry(folder);
   const WorkFolder work(folder);
-  const auto registry = MakeDatabaseFile(work.File(kFiles[0]));
-  const auto control = MakeDatabaseFile(work.File(kFiles[1]));
+  const auto registry = MakeDatabaseFile(work.File(kDatabaseFiles[0]));
+  const auto control = MakeDatabaseFile(work.File(kDatabaseFiles[1]));
   CreateRegistry(registry, control, setup);
   registry->Close();
   control->Close();
-  Place(work.File(kFiles[0]), folder / kFiles[0]);
+  Place(work.File(kDatabaseFiles[0]), folder / kDatabaseFiles[0]);
   try {
-    Place(work.File(kFiles[1]), folder / kFiles[1]);
+    Place(work.File(kDatabaseFiles[1]), folder / kDatabaseFiles[1]);
   } catch (...) {
-    fs::remove(folder / kFiles[0]);
+    fs::remove(folder / kDatabaseFiles[0]);
     throw;
   }
   std::error_code ignored;
@@ -133,14 +151,18 @@ void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
 void CreateRegistry(const std::shared_ptr<Connection>& registry,
                     const std::shared_ptr<Connection>& control, const RegistrySetup& setup) {
   const std::vector<ShippedLayout> layouts = LoadShippedLayouts(setup.layouts);
+  const std::vector<std::string> registry_tables = RegistryTables(layouts);
+  const std::vector<std::string> control_tables = ControlTables(layouts);
+  RequireNoTables(registry, registry_tables);
+  RequireNoTables(control, control_tables);
   Transaction registry_transaction(registry);
   std::optional<Transaction> control_transaction;
   if (control != registry) control_transaction.emplace(control);
   for (const auto& statements :
-       {RegistryTables(layouts), KeyIndexes(), MatchingIndexes(), RegistryRows(), DefaultRules()}) {
+       {registry_tables, KeyIndexes(), MatchingIndexes(), RegistryRows(), DefaultRules()}) {
     Run(*registry, statements);
   }
-  Run(*control, ControlTables(layouts));
+  Run(*control, control_tables);
   if (control_transaction) control_transaction->Commit();
   registry_transaction.Commit();
 }
@@ -160,7 +182,7 @@ void MakeEmptyFolder(const fs::path& folder) {
       if (folder.has_parent_path()) fs::create_directories(folder.parent_path());
       MakePrivateFolder(folder);
     }
-    for (const char* name : kFiles) {
+    for (const char* name : kDatabaseFiles) {
       if (!fs::exists(folder / name)) MakeDatabaseFile(folder / name)->Close();
     }
   } catch (const fs::filesystem_error& error) {

@@ -15,12 +15,13 @@ INSTANTIATE_TEST_SUITE_P(Engines, Conformance, ::testing::ValuesIn(kEngines), En
 
 TEST_P(Conformance, ValuesComeBackAsTheyWereGiven) {
   std::string long_text;
-  for (int i = 0; i < 20000; ++i) long_text += i % 100 == 0 ? "\r\n" : i % 7 == 0 ? "ñ" : "x";
+  for (int i = 0; i < 20000; ++i) long_text += i % 100 == 0 ? "\r\n" : i % 7 == 0 ? "Ú" : "x";
   const struct {
     const char* column;
     Variant value;
   } cases[] = {
       {"LastName", "MUÑOZ"},
+      {"LastName", "ZÚÑIGA ØÙÛÚ"},
       {"LastName", "O'BRIEN"},
       {"LastName", "BACK\\"},
       {"LastName", "\\' ; \\"},
@@ -79,6 +80,31 @@ TEST_P(Conformance, ValuesComeBackAsTheyWereGiven) {
   }
 }
 
+// Each is changed twice: the second change finds what the first one left.
+TEST_P(Conformance, ColumnsThatOtherApplicationsMadeCanBeEdited) {
+  connection_->Execute(
+      "CREATE TABLE Kinds (KindID INTEGER PRIMARY KEY, Price DECIMAL(12,2), Moment TIMESTAMP(6),"
+      " Code CHAR(5), Short VARCHAR(5))");
+  connection_->Execute("INSERT INTO Kinds (KindID) VALUES (1)");
+  const struct {
+    const char* column;
+    Variant first;
+    Variant second;
+  } cases[] = {{"Price", 0.1, 0.3},
+               {"Moment", "2020-02-03 01:02:03.456789", "2020-02-03 01:02:03.5"},
+               {"Code", "ab  ", "abc"},
+               {"Short", "ab   ", "ab"}};
+  const auto rows = Rows("SELECT * FROM Kinds", kOpenKeyset, kLockOptimistic);
+  for (const auto& c : cases) {
+    rows->SetValue(c.column, c.first);
+    rows->Update();
+    rows->SetValue(c.column, c.second);
+    EXPECT_NO_THROW(rows->Update()) << c.column;
+  }
+  EXPECT_EQ(rows->Value("Price"), Variant(0.3));
+  EXPECT_EQ(rows->Value("Moment"), Variant("2020-02-03 01:02:03.5"));
+}
+
 TEST_P(Conformance, ColumnsHaveTheirTypes) {
   connection_->Execute("UPDATE Patients SET Weight = 2, Remarks = '5' WHERE PatientID = 3");
   auto row = connection_->Execute(
@@ -107,6 +133,12 @@ TEST_P(Conformance, OneEqualityAndOneOrder) {
       {"LastName = 12", "6"},
       {"12 = LastName", "6"},
       {"LastName <> 0 AND PatientID > 4", "5;6;8"},
+      {"LastName = -12", ""},
+      {"LastName = - 12 OR LastName = +12", "6"},
+      {"-1.5 = LastName OR LastName = 12.0 OR [Default] < 1.50", ""},
+      {"LastName IN ('SMITH', -7, 12, 1.5)", "3;6"},
+      {"Patients.LastName BETWEEN 010 AND 13 AND PatientID BETWEEN -1 AND 7.5", "6"},
+      {"LastName NOT BETWEEN -1 AND '2' AND LastName < 'T'", "1;3;8"},
       {"PatientID = '3'", "3"},
       {"LastName IS NULL", "7"},
       {"LastName < 'a' AND LastName > '1'", "1;3;6"},
@@ -195,6 +227,7 @@ TEST_P(Conformance, FailuresHaveTheirNumbers) {
       {"INSERT INTO Strict (Code) VALUES (NULL)", kErrIntegrity},
       {" ; -- nothing\n", kErrStatement, false},
       {"DELETE FROM Patients; DELETE FROM Patients", kErrStatement, false},
+      {"DELETE FROM Patients WHERE LastName = ?", kErrStatement, false},
   };
   for (const bool in_transaction : {false, true}) {
     if (in_transaction) connection_->BeginTrans();
