@@ -1,13 +1,12 @@
 #include "dataaccess/providers/automation/automation_connection.h"
 
-#include <map>
 #include <utility>
 
 #include <qm/conversions.h>
 #include <qm/error.h>
 
 #include "dataaccess/providers/automation/automation_recordset.h"
-#include "runtime/thread_state.h"
+#include "dataaccess/providers/automation/strangers.h"
 
 namespace qm {
 
@@ -15,17 +14,7 @@ namespace {
 
 constexpr std::int32_t kErrCannotCreate = 429;
 
-// Which connection stands for which object, by the object's identity.
-struct Strangers {
-  std::map<IUnknown*, std::weak_ptr<AutomationConnection>> connections;
-  bool HoldsAnything() const { return false; }  // they are held by whoever uses them
-};
-
-ComPointer<IUnknown> IdentityOf(IDispatch* object) { return ComPointer<IUnknown>::From(object); }
-
 std::int32_t Number(const PlatformVariant& value) { return ToInt32(FromPlatform(value.get())); }
-
-PlatformVariant Text(std::string_view text) { return PlatformVariant(Variant(text)); }
 
 }  // namespace
 
@@ -41,8 +30,7 @@ LateBound CreatePlatformObject(const wchar_t* name) {
 }
 
 std::shared_ptr<AutomationConnection> AutomationConnection::Of(ComPointer<IDispatch> object) {
-  // The identity stays valid as a key while the connection holds the object.
-  auto& known = ThreadState<Strangers>().connections[IdentityOf(object.get()).get()];
+  auto& known = Strangers<AutomationConnection>::DriverOf(object.get());
   auto connection = known.lock();
   if (!connection) {
     connection = std::make_shared<AutomationConnection>(LateBound(std::move(object)));
@@ -56,14 +44,14 @@ std::shared_ptr<AutomationConnection> AutomationConnection::CreatePlatformConnec
 }
 
 AutomationConnection::~AutomationConnection() {
-  ThreadState<Strangers>().connections.erase(IdentityOf(object_.get()).get());
+  Strangers<AutomationConnection>::Forget(object_.get());
 }
 
 std::string AutomationConnection::ConnectionString() const {
   return ToTextOrEmpty(FromPlatform(object_.Call(L"ConnectionString").get()));
 }
 void AutomationConnection::SetConnectionString(std::string_view text) {
-  object_.Put(L"ConnectionString", Text(text));
+  object_.Put(L"ConnectionString", TextArgument(text));
 }
 std::int32_t AutomationConnection::ConnectionTimeout() const {
   return Number(object_.Call(L"ConnectionTimeout"));
@@ -90,7 +78,7 @@ void AutomationConnection::SetIsolationLevel(std::int32_t level) {
 
 void AutomationConnection::Open() {
   // The string that was set stays: an empty one leaves the property as it is.
-  object_.Call(L"Open", ArgumentsOf(Text({}), Text(user_), Text(password_),
+  object_.Call(L"Open", ArgumentsOf(TextArgument({}), TextArgument(user_), TextArgument(password_),
                                     PlatformVariant(kOptionsUnspecified)));
 }
 
@@ -114,9 +102,9 @@ std::shared_ptr<Recordset> AutomationConnection::Execute(std::string_view text,
   PlatformVariant by_reference;
   by_reference.get().vt = VT_BYREF | VT_VARIANT;
   by_reference.get().pvarVal = &affected.get();
-  const PlatformVariant given = object_.Call(
-      L"Execute",
-      ArgumentsOf(Text(text), std::move(by_reference), PlatformVariant(kOptionsUnspecified)));
+  const PlatformVariant given =
+      object_.Call(L"Execute", ArgumentsOf(TextArgument(text), std::move(by_reference),
+                                           PlatformVariant(kOptionsUnspecified)));
   if (records_affected != nullptr) *records_affected = Number(affected);
   auto recordset = ObjectIn(given.get());
   // What gives no rows may give no recordset either; ours is then a closed one.

@@ -1,6 +1,5 @@
 #include "dataaccess/providers/automation/automation_recordset.h"
 
-#include <map>
 #include <utility>
 
 #include <qm/conversions.h>
@@ -8,22 +7,12 @@
 
 #include "dataaccess/data_error.h"
 #include "dataaccess/providers/automation/automation_connection.h"
+#include "dataaccess/providers/automation/strangers.h"
 #include "runtime/text.h"
-#include "runtime/thread_state.h"
 
 namespace qm {
 
 namespace {
-
-// Which recordset stands for which object, by the object's identity.
-struct Strangers {
-  std::map<IUnknown*, std::weak_ptr<AutomationRecordset>> recordsets;
-  bool HoldsAnything() const { return false; }  // they are held by whoever uses them
-};
-
-ComPointer<IUnknown> IdentityOf(IDispatch* object) { return ComPointer<IUnknown>::From(object); }
-
-PlatformVariant Text(std::string_view text) { return PlatformVariant(Variant(text)); }
 
 PlatformVariant Long(std::int64_t value) { return PlatformVariant(NarrowInt32(double(value))); }
 
@@ -69,8 +58,7 @@ PlatformVariant ToBookmark(const Variant& bookmark) {
 
 std::shared_ptr<AutomationRecordset> AutomationRecordset::Of(
     LateBound object, std::shared_ptr<Connection> connection) {
-  // The identity stays valid as a key while the recordset holds the object.
-  auto& known = ThreadState<Strangers>().recordsets[IdentityOf(object.get()).get()];
+  auto& known = Strangers<AutomationRecordset>::DriverOf(object.get());
   auto recordset = known.lock();
   if (!recordset) {
     recordset = std::make_shared<AutomationRecordset>(std::move(object), std::move(connection));
@@ -82,7 +70,7 @@ std::shared_ptr<AutomationRecordset> AutomationRecordset::Of(
 }
 
 AutomationRecordset::~AutomationRecordset() {
-  ThreadState<Strangers>().recordsets.erase(IdentityOf(object_.get()).get());
+  Strangers<AutomationRecordset>::Forget(object_.get());
 }
 
 std::int32_t AutomationRecordset::Number(std::wstring_view member) const {
@@ -96,7 +84,9 @@ void AutomationRecordset::PutNumber(std::wstring_view member, std::int32_t value
 std::string AutomationRecordset::Source() const {
   return ToTextOrEmpty(FromPlatform(object_.Call(L"Source").get()));
 }
-void AutomationRecordset::SetSource(std::string_view text) { object_.Put(L"Source", Text(text)); }
+void AutomationRecordset::SetSource(std::string_view text) {
+  object_.Put(L"Source", TextArgument(text));
+}
 
 void AutomationRecordset::SetActiveConnection(std::shared_ptr<Connection> connection) {
   const auto* stranger = dynamic_cast<const AutomationConnection*>(connection.get());
@@ -111,12 +101,13 @@ void AutomationRecordset::SetMaxRecords(std::int64_t count) {
 
 Variant AutomationRecordset::Property(std::string_view name) const {
   const auto properties = object_.Object(L"Properties");
-  return FromPlatform(properties.Object(L"Item", ArgumentsOf(Text(name))).Call(L"Value").get());
+  return FromPlatform(
+      properties.Object(L"Item", ArgumentsOf(TextArgument(name))).Call(L"Value").get());
 }
 
 void AutomationRecordset::SetProperty(std::string_view name, const Variant& value) {
   const auto properties = object_.Object(L"Properties");
-  properties.Object(L"Item", ArgumentsOf(Text(name))).Put(L"Value", PlatformVariant(value));
+  properties.Object(L"Item", ArgumentsOf(TextArgument(name))).Put(L"Value", PlatformVariant(value));
 }
 
 void AutomationRecordset::Observe() {
@@ -158,7 +149,7 @@ bool AutomationRecordset::Supports(std::int32_t option) const {
 void AutomationRecordset::Find(std::string_view criteria, std::int64_t skip, std::int32_t direction,
                                const Variant& start) {
   object_.Call(L"Find",
-               ArgumentsOf(Text(criteria), Long(skip), PlatformVariant(direction),
+               ArgumentsOf(TextArgument(criteria), Long(skip), PlatformVariant(direction),
                            start.IsEmpty() ? PlatformVariant::Missing() : ToBookmark(start)));
 }
 
@@ -172,7 +163,9 @@ void AutomationRecordset::SetBookmark(const Variant& bookmark) {
 std::string AutomationRecordset::Index() const {
   return ToTextOrEmpty(FromPlatform(object_.Call(L"Index").get()));
 }
-void AutomationRecordset::SetIndex(std::string_view name) { object_.Put(L"Index", Text(name)); }
+void AutomationRecordset::SetIndex(std::string_view name) {
+  object_.Put(L"Index", TextArgument(name));
+}
 
 void AutomationRecordset::Seek(const Variant& key, std::int32_t option) {
   object_.Call(L"Seek", ArgumentsOf(PlatformVariant(key), PlatformVariant(option)));

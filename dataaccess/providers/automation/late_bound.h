@@ -56,6 +56,10 @@ LateBound::Arguments ArgumentsOf(Values&&... values) {
   return result;
 }
 
+inline PlatformVariant TextArgument(std::string_view text) {
+  return PlatformVariant(Variant(text));
+}
+
 /// The reference that a value holds, or nothing.
 ComPointer<IDispatch> ObjectIn(const VARIANT& value);
 
