@@ -20,8 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
-
 struct Places {
   std::string from;
   std::string to;

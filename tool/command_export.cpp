@@ -23,7 +23,7 @@ namespace {
 constexpr const char* kStandardOutput = "-";
 constexpr std::int32_t kPathAccess = 75;
 
-struct Arguments {
+struct ExportArguments {
   bool abstracts = false;
   bool tumors = false;
   std::vector<std::int32_t> ids;
@@ -32,7 +32,7 @@ struct Arguments {
 };
 
 // `--replace` would put the records in the place of the databases that they come from.
-void RequireNoDatabase(const Arguments& arguments, const Settings& settings) {
+void RequireNoDatabase(const ExportArguments& arguments, const Settings& settings) {
   if (settings.folder.empty()) return;
   const auto same = [target = PathOf(arguments.file)](fs::path file, const char* ending) {
     file += ending;
@@ -50,7 +50,7 @@ void RequireNoDatabase(const Arguments& arguments, const Settings& settings) {
   }
 }
 
-void Export(const Arguments& arguments, Tool& tool) {
+void Export(const ExportArguments& arguments, Tool& tool) {
   const bool to_file = arguments.file != kStandardOutput;
   if (to_file) RequireNoDatabase(arguments, tool.settings);
   OpenDatabase(tool, Database::kControl);
@@ -86,7 +86,7 @@ void Export(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddExport(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ExportArguments>();
   CLI::App* command =
       AddCommand(app, tool, "export",
                  "write abstracts, or tumors with their patients, as a file of NAACCR records that "

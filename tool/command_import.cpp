@@ -20,15 +20,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
-
-struct Arguments {
+struct ImportArguments {
   std::vector<std::string> files;
   std::string rejects;
   ImportOptions options;
 };
 
-fs::path RejectsOf(const Arguments& arguments, const Settings& settings, const fs::path& file) {
+fs::path RejectsOf(const ImportArguments& arguments, const Settings& settings,
+                   const fs::path& file) {
   if (!arguments.rejects.empty()) return PathOf(arguments.rejects);
   fs::path path = settings.folder.empty() ? file : PathOf(settings.folder) / file.filename();
   return path += ".rejects";
@@ -45,7 +44,7 @@ std::string Sentence(const std::string& file, const ImportSummary& summary) {
   return text;
 }
 
-void Import(const Arguments& arguments, Tool& tool) {
+void Import(const ImportArguments& arguments, Tool& tool) {
   for (const std::string& file : arguments.files) {
     if (!fs::exists(PathOf(file))) throw Error(kFileNotFound, "qm import", file + ": no such file");
   }
@@ -86,7 +85,7 @@ void Import(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddImport(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ImportArguments>();
   CLI::App* command = AddCommand(
       app, tool, "import",
       "take files of NAACCR records into the registry, every record as an abstract; a line that is "

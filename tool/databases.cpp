@@ -18,7 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
 /// Of the two applications that layouts are kept for, the registry's own.
 constexpr const char* kApplication = "Velmora";
 

@@ -8,12 +8,12 @@
 #include <iterator>
 
 #include "runtime/path_text.h"
+#include "tool/tool.h"
 
 namespace qm::tool {
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
 constexpr std::int32_t kFileAccess = 75;
 
 std::string Rest(std::istream& in) {
