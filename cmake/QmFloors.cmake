@@ -21,11 +21,27 @@ function(qm_options target)
   endif()
 endfunction()
 
+# Where CMAKE_UNITY_BUILD reads several files as one, they are eight of one folder: the files of two
+# providers use the same names for different things.
+function(qm_unity_groups)
+  set(count 0)
+  foreach(source IN LISTS ARGN)
+    get_filename_component(folder ${source} DIRECTORY)
+    string(MAKE_C_IDENTIFIER "${folder}" group)
+    math(EXPR batch "${count} / 8")
+    set_source_files_properties(${source} PROPERTIES UNITY_GROUP ${group}_${batch})
+    math(EXPR count "${count} + 1")
+  endforeach()
+endfunction()
+
 # qm_floor(FOLDER [USES folder…] [LINKS library…]): the sources of a folder of the library.
 # Sources include "folder/header.h" of the folders below and <qm/header.h>.
 function(qm_floor folder)
   cmake_parse_arguments(ARG "" "" "USES;LINKS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${folder}/*.cpp)
+  if(NOT WIN32) # what drives the platform's automation objects
+    list(FILTER sources EXCLUDE REGEX "/providers/automation/")
+  endif()
   if(EXISTS ${PROJECT_SOURCE_DIR}/${folder}/generate.cmake)
     include(${PROJECT_SOURCE_DIR}/${folder}/generate.cmake)
     set_source_files_properties(${QM_GENERATED_SOURCES} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
@@ -34,8 +50,9 @@ function(qm_floor folder)
   if(NOT sources)
     return()
   endif()
+  qm_unity_groups(${sources})
   add_library(qm_${folder} OBJECT ${sources})
-  set_target_properties(qm_${folder} PROPERTIES POSITION_INDEPENDENT_CODE ON
+  set_target_properties(qm_${folder} PROPERTIES UNITY_BUILD_MODE GROUP POSITION_INDEPENDENT_CODE ON
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_include_directories(qm_${folder} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(qm_${folder} PRIVATE ${ARG_LINKS})

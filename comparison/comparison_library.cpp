@@ -14,6 +14,7 @@
 
 #include "comparison/dynamic_library.h"
 #include "runtime/component_folder.h"
+#include "runtime/path_text.h"
 
 namespace qm {
 
@@ -120,7 +121,7 @@ const ComparisonLibrary* LibraryOf(const Binding::Choice& choice) {
 }  // namespace
 
 ComparisonLibrary::ComparisonLibrary(const std::filesystem::path& path) {
-  const std::string shown = path.string();
+  const std::string shown = PathText(path);
   std::error_code ignored;
   if (!std::filesystem::exists(path, ignored)) {
     throw Error(kErrNoFile, "QMDataObjects2", "File not found: '" + shown + "'");

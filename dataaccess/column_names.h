@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <unordered_map>
 
@@ -30,12 +31,12 @@ class ColumnNames {
  private:
   struct Hash {
     std::size_t operator()(std::string_view name) const {
-      std::size_t hash = 14695981039346656037U;
+      std::uint64_t hash = 14695981039346656037U;
       for (const char c : name) {
         const auto lower = static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
         hash = (hash ^ lower) * 1099511628211U;
       }
-      return hash;
+      return static_cast<std::size_t>(hash);
     }
   };
   struct Same {

@@ -20,16 +20,27 @@ struct ProviderEntry {
 };
 constexpr ProviderEntry kProviders[] = {{"SQLite", &SqliteSession::Open}};
 
+const ProviderEntry* FindProvider(const ParsedConnectionString& connection) {
+  const auto name = connection.Find("Provider");
+  if (!name) return nullptr;
+  for (const ProviderEntry& entry : kProviders) {
+    if (EqualsIgnoreCase(entry.name, *name)) return &entry;
+  }
+  return nullptr;
+}
+
 }  // namespace
+
+bool HasOwnProvider(const ParsedConnectionString& connection) {
+  return IsOdbcString(connection) || FindProvider(connection) != nullptr;
+}
 
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
                                                      const SessionSettings& settings) {
   if (IsOdbcString(connection)) return OdbcSession::Open(connection, settings);
+  if (const auto* entry = FindProvider(connection)) return entry->open(connection, settings);
   const auto name = connection.Find("Provider");
   if (!name) RaiseData(kErrUnknownProvider, "the connection string names none");
-  for (const ProviderEntry& entry : kProviders) {
-    if (EqualsIgnoreCase(entry.name, *name)) return entry.open(connection, settings);
-  }
   RaiseData(kErrUnknownProvider,
             connection.MayName("Provider") ? "\"" + *name + "\"" : std::string());
 }

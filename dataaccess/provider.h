@@ -152,6 +152,8 @@ struct SessionSettings {
   std::string password{};
 };
 
+/// Whether one of the library's providers takes the string.
+bool HasOwnProvider(const ParsedConnectionString& connection);
 /// Opens a session with the provider that the connection string names (3706 when unknown).
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
                                                      const SessionSettings& settings);

@@ -10,6 +10,7 @@
 #endif
 
 #include "runtime/component_folder.h"
+#include "runtime/path_text.h"
 
 namespace qm {
 
@@ -30,8 +31,7 @@ std::filesystem::path ProgramFile() {
 
 std::string ApplicationFolder() {
   const std::filesystem::path program = ProgramFile();
-  const auto folder = (program.empty() ? ComponentFolder() : program.parent_path()).u8string();
-  return {folder.begin(), folder.end()};
+  return PathText(program.empty() ? ComponentFolder() : program.parent_path());
 }
 
 }  // namespace qm

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "datasets/import_source.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "runtime/text.h"
 
@@ -82,7 +83,7 @@ ExportFile::ExportFile(const fs::path& file, bool replace) : stream_(nullptr) {
   RequireFree(target, replace);
   place_.reset(new Place{file, replace, PrivateFile(target)});
   stream_ = &place_->file.Stream();
-  if (EqualsIgnoreCase(file.extension().string(), ".gz")) gzip_ = std::make_unique<Gzip>();
+  if (EqualsIgnoreCase(PathText(file.extension()), ".gz")) gzip_ = std::make_unique<Gzip>();
 }
 
 ExportFile::ExportFile(std::ostream& stream) : stream_(&stream) {}

@@ -12,6 +12,7 @@
 
 #include "datasets/import_digest.h"
 #include "datasets/import_text.h"
+#include "runtime/path_text.h"
 
 namespace qm {
 
@@ -33,7 +34,7 @@ bool LooksBinary(std::string_view sample) {
 }  // namespace
 
 void RaiseFile(std::int32_t number, const std::filesystem::path& file, const std::string& what) {
-  throw Error(number, "QMDataObjects2", file.string() + ": " + what);
+  throw Error(number, "QMDataObjects2", PathText(file) + ": " + what);
 }
 
 struct TextSource::Handle {
@@ -57,7 +58,11 @@ TextSource::TextSource(std::filesystem::path file)
   if (!std::filesystem::is_regular_file(status)) {
     RaiseFile(kErrPathAccess, file_, "not a regular file");
   }
-  handle_->file = gzopen(file_.string().c_str(), "rb");
+#ifdef _WIN32
+  handle_->file = gzopen_w(file_.c_str(), "rb");
+#else
+  handle_->file = gzopen(file_.c_str(), "rb");
+#endif
   if (handle_->file == nullptr) RaiseFile(kErrPathAccess, file_, "cannot be opened");
   gzbuffer(handle_->file, kBufferSize);
 }
@@ -76,8 +81,18 @@ std::size_t TextSource::Read(char* buffer, std::size_t size) {
 }
 
 void TextSource::Seek(std::int64_t offset) {
-  if (gzseek(handle_->file, static_cast<z_off_t>(offset), SEEK_SET) != offset) {
+  if (std::in_range<z_off_t>(offset)) {
+    if (gzseek(handle_->file, static_cast<z_off_t>(offset), SEEK_SET) == offset) return;
     RaiseFile(kErrDevice, file_, "cannot be read");
+  }
+  // Where the library counts in 32 bits, what lies behind is reached by reading.
+  if (gzrewind(handle_->file) != 0) RaiseFile(kErrDevice, file_, "cannot be read");
+  std::vector<char> skipped(kBufferSize);
+  for (std::int64_t left = offset; left > 0;) {
+    const auto wanted = std::min<std::int64_t>(left, kBufferSize);
+    const std::size_t count = Read(skipped.data(), static_cast<std::size_t>(wanted));
+    if (count == 0) RaiseFile(kErrDevice, file_, "cannot be read");
+    left -= static_cast<std::int64_t>(count);
   }
 }
 

@@ -16,6 +16,7 @@
 #include "datasets/import_reader.h"
 #include "datasets/import_source.h"
 #include "datasets/import_store.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "session/audit_writer.h"
 #include "session/own_tables.h"
@@ -78,7 +79,7 @@ class FileImport {
         source_(file),
         lines_(source_),
         reader_(layouts, scan_.utf8),
-        journal_(scan_.digest, file.filename().string()),
+        journal_(scan_.digest, PathText(file.filename())),
         line_(line) {}
 
   ImportSummary Run() {
@@ -126,7 +127,7 @@ class FileImport {
       if (reader_.Check(line).empty()) {
         const std::int32_t id = StoreImportRecord(reader_.Record());
         audit.Write(
-            {"import", "abstract", id, "line " + std::to_string(line.number), file_.string()});
+            {"import", "abstract", id, "line " + std::to_string(line.number), PathText(file_)});
         ++state.imported;
       } else {
         lines_.Rest([](std::string_view) {});

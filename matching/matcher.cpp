@@ -6,6 +6,7 @@
 #include <qm/error.h>
 
 #include "comparison/comparison.h"
+#include "dataaccess/connection_choice.h"
 #include "matching/candidate_search.h"
 #include "matching/match_scorer.h"
 
@@ -44,16 +45,21 @@ Matcher& Matcher::operator=(Matcher&&) noexcept = default;
 
 std::string Matcher::GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
                                                 Abstract& qmAbstract) {
+  return GetMatchingPatientIDsLocal(conMatchDb, [&]() -> Abstract& { return qmAbstract; });
+}
+
+std::string Matcher::GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
+                                                const std::function<Abstract&()>& qmAbstract) {
   state_->matches.clear();
   if (!conMatchDb) RaiseRunTime(kErrObjectNotSet);
   if (conMatchDb->State() == kStateClosed) return "Closed connection";
-  return Trapped([&] { return state_->Search(conMatchDb, *qmAbstract.Recordset(1)); });
+  return Trapped([&] { return state_->Search(conMatchDb, *qmAbstract().Recordset(1)); });
 }
 
 std::string Matcher::GetMatchingPatientIDsRemote(
     std::string_view strCon, const std::function<Variant(std::string_view)>& objAbstract) {
   state_->matches.clear();
-  const auto connection = Connection::Create();
+  const auto connection = CreateConnectionFor(strCon);
   connection->SetIsolationLevel(kIsolationReadUncommitted);
   connection->Open(strCon);
   return Trapped([&] {

@@ -7,6 +7,7 @@
 #include <qm/error.h>
 #include <qm/matcher.h>
 
+#include "dataaccess/connection_choice.h"
 #include "matching/matching_state.h"
 #include "runtime/text.h"
 
@@ -68,7 +69,7 @@ bool Matcher::ReadMatchingParams(std::string_view con) {
   MatchingState& state = CurrentMatching();
   state.rule_in_work.clear();
   try {
-    const auto connection = Connection::Create();
+    const auto connection = CreateConnectionFor(con);
     connection->Open(con);
     LoadRules(connection, state.rules);
     state.cutoff_score = ReadCutoff(connection);

@@ -1,13 +1,11 @@
 #include "matching/matching_state.h"
 
 #include "matching/candidate_search.h"
+#include "runtime/thread_state.h"
 
 namespace qm {
 
-MatchingState& CurrentMatching() {
-  static thread_local MatchingState state;
-  return state;
-}
+MatchingState& CurrentMatching() { return ThreadState<MatchingState>(); }
 
 const std::string& LastRule() { return CurrentMatching().rule_in_work; }
 

@@ -29,6 +29,8 @@ struct MatchingState {
   std::int16_t cutoff_score = 0;
   std::unique_ptr<ScriptEngine> script_engine;
   std::string rule_in_work;  ///< see `LastRule`
+
+  bool HoldsAnything() const { return !rules.empty() || cutoff_score != 0; }
 };
 
 /// The calling thread's state.

@@ -24,6 +24,7 @@
 #include "review/report_assets.h"
 #include "review/report_fields.h"
 #include "review/report_json.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 
 namespace qm {
@@ -235,7 +236,7 @@ class ReportData {
 
 ReportSummary WriteReportPage(const std::filesystem::path& file, const ReportOptions& options) {
   if (!options.replace && std::filesystem::exists(file)) {
-    throw Error(kFileExists, "QMDataObjects2", "File already exists: " + file.string());
+    throw Error(kFileExists, "QMDataObjects2", "File already exists: " + PathText(file));
   }
   const std::string style = Whole(ReportStyle());
   const std::string script = Whole(ReportScript());

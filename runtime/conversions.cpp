@@ -114,8 +114,8 @@ float ToSingle(const Variant& value) {
 Currency ToCurrency(const Variant& value) {
   if (const auto* same = value.GetIf<Currency>()) return *same;
   const auto* text = value.GetIf<std::string>();
-  const auto wide = text != nullptr ? ReadWideNumber(*text) : std::nullopt;
-  if (wide) return CurrencyOf(*wide);
+  const auto exact = text != nullptr ? ReadTenThousandths(*text) : std::nullopt;
+  if (exact) return Currency{*exact};
   // A double is scaled as a double while that keeps its fraction, so that -0.00005 is a half.
   const double amount = ToDouble(value);
   constexpr double kWhole = 4503599627370496.0;

@@ -3,6 +3,8 @@
 #include <thread>
 #include <utility>
 
+#include "runtime/thread_state.h"
+
 namespace qm {
 
 namespace {
@@ -10,12 +12,10 @@ namespace {
 struct Hooks {
   MessagePresenter presenter;
   Waiter waiter;
+  bool HoldsAnything() const { return false; }  // whoever set them sets them anew
 };
 
-Hooks& ThreadHooks() {
-  thread_local Hooks hooks;
-  return hooks;
-}
+Hooks& ThreadHooks() { return ThreadState<Hooks>(); }
 
 }  // namespace
 

@@ -4,6 +4,9 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <utility>
+
+#include <qm/error.h>
 
 #include "runtime/text.h"
 
@@ -100,9 +103,14 @@ struct Reader {
   }
 };
 
-template <typename Real>
-Real Convert(const std::string& digits) {
-  Real value = 0;
+// A decimal number without its marks: "1234.5e-3".
+struct Decimal {
+  std::string digits;
+  bool negative = false;
+};
+
+double Convert(const std::string& digits) {
+  double value = 0;
   const auto [end, code] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
   static_cast<void>(end);
   if (code != std::errc::result_out_of_range) return value;
@@ -112,7 +120,49 @@ Real Convert(const std::string& digits) {
   const bool small = exponent == std::string::npos
                          ? digits.find_first_of("123456789.") == digits.find('.')
                          : digits.find('-', exponent) != digits.npos;
-  return small ? Real{0} : std::numeric_limits<Real>::infinity();
+  return small ? 0 : std::numeric_limits<double>::infinity();
+}
+
+int ExponentOf(std::string_view text) {
+  constexpr int kHuge = 1000000;
+  int value = 0;
+  const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), value);
+  static_cast<void>(end);
+  if (code == std::errc()) return std::clamp(value, -kHuge, kHuge);
+  return text.starts_with('-') ? -kHuge : kHuge;
+}
+
+// By its digits, since no floating-point number of every platform holds 64 bits.
+std::int64_t TenThousandths(const Decimal& number) {
+  std::string_view mantissa = number.digits;
+  std::int64_t whole_digits = 4;
+  if (const auto mark = mantissa.find('e'); mark != std::string_view::npos) {
+    whole_digits += ExponentOf(mantissa.substr(mark + 1));
+    mantissa = mantissa.substr(0, mark);
+  }
+  const auto point = std::min(mantissa.find('.'), mantissa.size());
+  whole_digits += static_cast<std::int64_t>(point);
+  std::string digits(mantissa.substr(0, point));
+  if (point < mantissa.size()) digits += mantissa.substr(point + 1);
+  const auto first = std::min(digits.find_first_not_of('0'), digits.size());
+  digits.erase(0, first);
+  whole_digits -= static_cast<std::int64_t>(first);
+  if (digits.empty() || whole_digits < 0) return 0;
+  constexpr int kMostDigits = 19;
+  if (whole_digits > kMostDigits) RaiseRunTime(kErrOverflow);
+  const auto count = static_cast<std::size_t>(whole_digits);
+  std::uint64_t value = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    value = value * 10 + static_cast<std::uint64_t>(i < digits.size() ? digits[i] - '0' : 0);
+  }
+  if (count < digits.size() && digits[count] >= '5') {
+    const bool half =
+        digits[count] == '5' && digits.find_first_not_of('0', count + 1) == digits.npos;
+    if (!half || value % 2 == 1) ++value;
+  }
+  constexpr std::uint64_t kLimit = std::uint64_t{1} << 63U;
+  if (value > kLimit || (value == kLimit && !number.negative)) RaiseRunTime(kErrOverflow);
+  return static_cast<std::int64_t>(number.negative ? 0 - value : value);
 }
 
 std::string_view Strip(std::string_view text) {
@@ -121,8 +171,7 @@ std::string_view Strip(std::string_view text) {
   return text;
 }
 
-template <typename Real>
-std::optional<Real> ReadDecimal(std::string_view text) {
+std::optional<Decimal> ReadDecimal(std::string_view text) {
   Reader reader{text};
   while (reader.TakeMark(true)) {
   }
@@ -135,8 +184,7 @@ std::optional<Real> ReadDecimal(std::string_view text) {
     reader.Next();
   }
   if (!reader.rest.empty()) return std::nullopt;
-  const Real value = Convert<Real>(digits);
-  return reader.negative && value != 0 ? -value : value;
+  return Decimal{std::move(digits), reader.negative};
 }
 
 }  // namespace
@@ -145,16 +193,15 @@ std::optional<NumberText> ReadNumber(std::string_view text) {
   text = Strip(text);
   if (text.empty()) return std::nullopt;
   if (text.front() == '&') return ReadRadix(text);
-  const auto value = ReadDecimal<double>(text);
-  return value ? std::optional(NumberText{*value, std::nullopt}) : std::nullopt;
+  const auto number = ReadDecimal(text);
+  if (!number) return std::nullopt;
+  const double value = Convert(number->digits);
+  return NumberText{number->negative && value != 0 ? -value : value, std::nullopt};
 }
 
-std::optional<long double> ReadWideNumber(std::string_view text) {
-  text = Strip(text);
-  if (text.empty()) return std::nullopt;
-  if (text.front() != '&') return ReadDecimal<long double>(text);
-  const auto number = ReadRadix(text);
-  return number ? std::optional<long double>(number->value) : std::nullopt;
+std::optional<std::int64_t> ReadTenThousandths(std::string_view text) {
+  const auto number = ReadDecimal(Strip(text));
+  return number ? std::optional(TenThousandths(*number)) : std::nullopt;
 }
 
 std::string RealText(double value, int digits) {

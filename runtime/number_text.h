@@ -19,8 +19,9 @@ struct NumberText {
 /// number. A number too large for a double reads as infinity.
 std::optional<NumberText> ReadNumber(std::string_view text);
 
-/// The same number with the 64 bits of precision that ten-thousandths in 64 bits need.
-std::optional<long double> ReadWideNumber(std::string_view text);
+/// The same number as ten-thousandths, rounded once, halves to the even neighbour; nothing also for
+/// a &H or &O text. Fails with error 6 outside of 64 bits.
+std::optional<std::int64_t> ReadTenThousandths(std::string_view text);
 
 /// At most `digits` significant digits and as many places behind the point, no trailing zeros;
 /// otherwise an exponent, as in "1E+15", "1.5E-07", "8.33333333333333E-02".

@@ -16,7 +16,7 @@ namespace qm {
 
 /// The files or folders that processes left behind by ending early: those beside `beginning` whose
 /// names continue it with the number of a process that is gone or of this one, and perhaps a "-"
-/// and more. Never fails; none where processes cannot be asked for.
+/// and more. Never fails.
 std::vector<std::filesystem::path> Leftovers(const std::filesystem::path& beginning,
                                              std::filesystem::file_type type);
 

@@ -1,5 +1,6 @@
 #include <qm/qm_connection.h>
 
+#include "dataaccess/connection_choice.h"
 #include "session/session_state.h"
 #include "session/trap.h"
 
@@ -10,7 +11,7 @@ std::shared_ptr<Connection> QMConnection::Connect(std::string_view strConnection
                                                   std::int16_t iConnectionTimeOut,
                                                   std::int16_t iCommandTimeOut) {
   return Trap(1000, "QMObjects.QMConnecion.Connect", [&] {
-    auto connection = Connection::Create();
+    auto connection = CreateConnectionFor(strConnectionString);
     connection->SetConnectionString(strConnectionString);
     connection->SetConnectionTimeout(iConnectionTimeOut);
     connection->SetCommandTimeout(iCommandTimeOut);

@@ -1,5 +1,7 @@
 #include "session/session_state.h"
 
+#include "runtime/thread_state.h"
+
 namespace qm {
 
 const std::shared_ptr<Connection>& ConnectionSlot::Get() {
@@ -7,9 +9,14 @@ const std::shared_ptr<Connection>& ConnectionSlot::Get() {
   return connection_;
 }
 
-SessionState& CurrentSession() {
-  thread_local SessionState state;
-  return state;
+SessionState& CurrentSession() { return ThreadState<SessionState>(); }
+
+bool SessionState::HoldsAnything() const {
+  return gcnRegistry.HoldsAnything() || gcnControl.HoldsAnything() || gcnCatval.HoldsAnything() ||
+         gcnEdits.HoldsAnything() || gcnInprocess.HoldsAnything() || gcnTrack.HoldsAnything() ||
+         !gstrApplicationName.empty() || !gstrUser.empty() || !gstrDataAccessType.empty() ||
+         gblnPreserveRecordsets || grsAbstracts || grsPatients || grsMedicalSum ||
+         !AbsTableFieldList.front().empty();
 }
 
 struct SessionScope::Impl {

@@ -24,6 +24,7 @@ class ConnectionSlot {
   const std::shared_ptr<Connection>& Get();
   void Set(std::shared_ptr<Connection> connection) { connection_ = std::move(connection); }
   void Clear() { connection_.reset(); }
+  bool HoldsAnything() const { return connection_ != nullptr; }
 
  private:
   std::shared_ptr<Connection> connection_;
@@ -55,6 +56,9 @@ struct SessionState {
   /// Comma-separated columns of the three abstract tables, as the last layout load left them.
   std::array<std::string, 3> AbsTableFieldList;
   AuditClock audit_clock;
+
+  /// Whether it differs from the empty session that a thread starts with.
+  bool HoldsAnything() const;
 };
 
 /// The calling thread's session.

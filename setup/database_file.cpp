@@ -5,6 +5,8 @@
 
 #include <fstream>
 
+#include "runtime/owner_only.h"
+
 namespace qm {
 
 namespace fs = std::filesystem;
@@ -12,7 +14,7 @@ namespace fs = std::filesystem;
 std::shared_ptr<Connection> MakeDatabaseFile(const fs::path& file) {
   std::ofstream created(file);
   created.close();
-  fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write);
+  KeepForOwner(file);
   auto connection = Connection::Create();
   connection->Open(SqliteConnectionString(file));
   // The mode stays with the file.

@@ -9,6 +9,8 @@
 
 #include "dataaccess/database_catalog.h"
 #include "dataaccess/sql_scanner.h"
+#include "runtime/owner_only.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "runtime/text.h"
 #include "setup/database_file.h"
@@ -48,7 +50,7 @@ void Run(Connection& connection, const std::vector<std::string>& statements) {
 
 [[noreturn]] void RefuseFolder(const fs::path& found) {
   throw Error(kErrIntegrity, kSource,
-              "The folder holds a registry already: " + found.string() + " exists.");
+              "The folder holds a registry already: " + PathText(found) + " exists.");
 }
 
 // Whether a setup was killed after it had placed the first file: that one is a link to the file
@@ -81,7 +83,7 @@ void RequireNoRegistry(const fs::path& folder) {
 
 void MakePrivateFolder(const fs::path& folder) {
   fs::create_directory(folder);
-  fs::permissions(folder, fs::perms::owner_all);
+  KeepForOwner(folder);
 }
 
 // A folder inside the registry's, for its owner alone, that goes with its scope, and the registry's
@@ -190,7 +192,7 @@ void MakeEmptyFolder(const fs::path& folder) {
 
 std::string SqliteConnectionString(const fs::path& file) {
   std::string quoted;
-  for (const char c : file.string()) {
+  for (const char c : PathText(file)) {
     if (c == '"') quoted += c;
     quoted += c;
   }

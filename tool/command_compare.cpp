@@ -9,12 +9,12 @@
 namespace qm::tool {
 
 void AddCompare(CLI::App& app, Tool& tool) {
-  struct Arguments {
+  struct CompareArguments {
     std::string a;
     std::string b;
     std::int32_t parameter = 0;
   };
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<CompareArguments>();
   CLI::App* command = AddCommand(app, tool, "compare", "print how far two strings agree, 0 to 1");
   command->add_option("A", arguments->a, "a string")->required();
   command->add_option("B", arguments->b, "another")->required();

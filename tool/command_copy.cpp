@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include "runtime/path_text.h"
 #include "tool/result_writer.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -18,8 +19,6 @@ namespace qm::tool {
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr std::int32_t kFileNotFound = 53;
 
 struct Places {
   std::string from;
@@ -39,7 +38,7 @@ std::shared_ptr<Connection> OpenPlace(const std::string& text, int timeout) {
 RegistryPair Open(const std::string& place, const std::string& control, int timeout) {
   if (IsFolder(place)) {
     const auto file = [&](const char* name) {
-      return OpenPlace(SqliteConnectionString(fs::path(place) / name), timeout);
+      return OpenPlace(SqliteConnectionString(PathOf(place) / name), timeout);
     };
     return {file("registry.db"), file("control.db")};
   }
@@ -49,9 +48,9 @@ RegistryPair Open(const std::string& place, const std::string& control, int time
 
 void RequireRegistry(const std::string& folder) {
   for (const char* name : {"registry.db", "control.db"}) {
-    const fs::path file = fs::path(folder) / name;
+    const fs::path file = PathOf(folder) / name;
     if (!fs::exists(file)) {
-      throw Error(kFileNotFound, "qm", "no database at " + file.string());
+      throw Error(kFileNotFound, "qm", "no database at " + PathText(file));
     }
   }
 }
@@ -61,7 +60,7 @@ void Copy(const Places& places, Tool& tool) {
   if (IsFolder(places.from)) RequireRegistry(places.from);
   const RegistryPair from = Open(places.from, places.from_control, tool.settings.timeout);
   tool.doing = [] { return "opening the place to copy to"; };
-  if (IsFolder(places.to)) MakeEmptyFolder(places.to);
+  if (IsFolder(places.to)) MakeEmptyFolder(PathOf(places.to));
   const RegistryPair to = Open(places.to, places.to_control, tool.settings.timeout);
 
   auto doing = std::make_shared<std::string>("copying");

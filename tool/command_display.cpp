@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kAllDisplays = "SELECT DisplayID, Name FROM Display ORDER BY DisplayID";
 
-struct Arguments {
+struct DisplayArguments {
   std::optional<std::int32_t> id;
   std::string version;
 };
@@ -40,7 +40,7 @@ bool IsStored(QMDataSets& data_sets, std::int32_t id) {
 }
 
 // The layout's field of that item number, or -1: a display may name items of other layouts.
-std::int16_t IndexOf(const NAACCRLayout& layout, const std::string& number) {
+std::int16_t IndexOfItem(const NAACCRLayout& layout, const std::string& number) {
   std::int16_t item = 0;
   const char* end = number.data() + number.size();
   const auto [rest, failure] = std::from_chars(number.data(), end, item);
@@ -48,7 +48,7 @@ std::int16_t IndexOf(const NAACCRLayout& layout, const std::string& number) {
                                                : std::int16_t{-1};
 }
 
-void PrintDisplay(const Arguments& arguments, Tool& tool) {
+void PrintDisplay(const DisplayArguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kRegistry);
   QMDataSets data_sets;
   if (!arguments.id) {
@@ -71,7 +71,7 @@ void PrintDisplay(const Arguments& arguments, Tool& tool) {
                         {"Protected", false},
                         {"Default", false}});
   for (const DisplayField& field : display) {
-    const std::int16_t index = IndexOf(*layout, field.FieldNumber());
+    const std::int16_t index = IndexOfItem(*layout, field.FieldNumber());
     results.Row({display.Name(), std::to_string(field.Sequence()), field.FieldNumber(),
                  index < 1 ? "" : layout->FieldName(index),
                  index < 1 ? "" : layout->FieldDescription(index), field.Invisible() ? "yes" : "no",
@@ -83,7 +83,7 @@ void PrintDisplay(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddDisplay(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<DisplayArguments>();
   CLI::App* command = AddCommand(app, tool, "display",
                                  "print the fields of a display, a stored selection of items for "
                                  "a screen; without ID all displays");

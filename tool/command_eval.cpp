@@ -16,7 +16,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct EvalArguments {
   std::string expression;
   std::vector<std::string> fields;
 };
@@ -43,7 +43,7 @@ std::string ValueText(const Variant& value) {
   return text;
 }
 
-void Eval(const Arguments& arguments) {
+void Eval(const EvalArguments& arguments) {
   std::string expression = arguments.expression;
   SubstituteFields(expression, [&arguments](std::string_view name) {
     return FieldValue(arguments.fields, name);
@@ -55,7 +55,7 @@ void Eval(const Arguments& arguments) {
 }  // namespace
 
 void AddEval(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<EvalArguments>();
   CLI::App* command = AddCommand(app, tool, "eval",
                                  "print type and value of a rule expression; one that begins with "
                                  "a minus stands after --");

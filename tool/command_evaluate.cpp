@@ -8,9 +8,9 @@
 #include <memory>
 #include <optional>
 
-#include "matching/candidate_search.h"
 #include "tool/databases.h"
 #include "tool/read_file.h"
+#include "tool/report_error.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 
@@ -18,7 +18,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct EvaluateArguments {
   std::string truth;
   std::optional<std::int16_t> cutoff;
   std::int32_t first_abstract = 1;
@@ -75,21 +75,20 @@ void Write(const MatchEvaluation& evaluation, Format format) {
   results.Finish();
 }
 
-void Evaluate(const Arguments& arguments, Tool& tool) {
+void Evaluate(const EvaluateArguments& arguments, Tool& tool) {
   tool.doing = [&arguments] { return "reading " + arguments.truth; };
   const Truth truth = ReadTruth(ReadFile(arguments.truth), arguments.first_abstract);
   const auto registry = OpenDatabase(tool, Database::kRegistry);
   const Settings& settings = tool.settings;
   const auto matching =
       settings.matching.empty() ? registry : OpenDatabase(tool, Database::kMatching);
-  const auto rule = [] { return LastRule().empty() ? "" : ", rule " + LastRule(); };
-  tool.doing = [rule] { return "reading the matching rules" + rule(); };
+  tool.doing = [] { return "reading the matching rules" + RuleInWork(); };
   Matcher().ReadMatchingParams(ConnectionStringOf(settings, Database::kMatching));
 
   EvaluationOptions options = arguments.options;
   options.cutoff = arguments.cutoff;
   const auto id = std::make_shared<std::int32_t>(0);
-  tool.doing = [id, rule] { return "matching abstract " + std::to_string(*id) + rule(); };
+  tool.doing = [id] { return "matching abstract " + std::to_string(*id) + RuleInWork(); };
   std::optional<MatchEvaluation> evaluation;
   {
     ProgressBar bar("matching");
@@ -106,7 +105,7 @@ void Evaluate(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddEvaluate(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<EvaluateArguments>();
   CLI::App* command =
       AddCommand(app, tool, "evaluate",
                  "precision and recall of the matching rules for each cut-off, by the truth about "

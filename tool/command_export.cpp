@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/record_argument.h"
 #include "tool/terminal.h"
@@ -22,7 +23,7 @@ namespace {
 constexpr const char* kStandardOutput = "-";
 constexpr std::int32_t kPathAccess = 75;
 
-struct Arguments {
+struct ExportArguments {
   bool abstracts = false;
   bool tumors = false;
   std::vector<std::int32_t> ids;
@@ -31,24 +32,25 @@ struct Arguments {
 };
 
 // `--replace` would put the records in the place of the databases that they come from.
-void RequireNoDatabase(const Arguments& arguments, const Settings& settings) {
+void RequireNoDatabase(const ExportArguments& arguments, const Settings& settings) {
   if (settings.folder.empty()) return;
-  const auto same = [&arguments](const fs::path& file) {
+  const auto same = [target = PathOf(arguments.file)](fs::path file, const char* ending) {
+    file += ending;
     std::error_code missing;
-    return fs::equivalent(arguments.file, file, missing) ||
-           fs::weakly_canonical(arguments.file, missing) == fs::weakly_canonical(file, missing);
+    return fs::equivalent(target, file, missing) ||
+           fs::weakly_canonical(target, missing) == fs::weakly_canonical(file, missing);
   };
   for (const char* name : {"registry.db", "control.db"}) {
-    const fs::path database = fs::path(settings.folder) / name;
+    const fs::path database = PathOf(settings.folder) / name;
     // Beside a database lie the files of its engine, some only while it is open.
-    if (same(database) || same(database.string() + "-wal") || same(database.string() + "-shm") ||
-        same(database.string() + "-journal")) {
+    if (same(database, "") || same(database, "-wal") || same(database, "-shm") ||
+        same(database, "-journal")) {
       throw Error(kPathAccess, "qm export", arguments.file + ": is a database of the registry");
     }
   }
 }
 
-void Export(const Arguments& arguments, Tool& tool) {
+void Export(const ExportArguments& arguments, Tool& tool) {
   const bool to_file = arguments.file != kStandardOutput;
   if (to_file) RequireNoDatabase(arguments, tool.settings);
   OpenDatabase(tool, Database::kControl);
@@ -71,7 +73,7 @@ void Export(const Arguments& arguments, Tool& tool) {
     run(std::cout);
     return;
   }
-  const ExportSummary summary = run(fs::path(arguments.file));
+  const ExportSummary summary = run(PathOf(arguments.file));
   if (tool.settings.format == Format::kTable) {
     std::cout << arguments.file << ": exported " << summary.records << " records\n";
     return;
@@ -84,7 +86,7 @@ void Export(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddExport(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ExportArguments>();
   CLI::App* command =
       AddCommand(app, tool, "export",
                  "write abstracts, or tumors with their patients, as a file of NAACCR records that "

@@ -26,7 +26,7 @@ namespace {
 
 constexpr const char* kShown[] = {"LastName", "FirstName", "MiddleName"};
 
-struct Arguments {
+struct FindArguments {
   std::string family;
   std::string version;
   std::vector<std::string> assignments;
@@ -90,7 +90,7 @@ class PatientQuery {
   std::string condition_;
 };
 
-void Find(const Arguments& arguments, Tool& tool) {
+void Find(const FindArguments& arguments, Tool& tool) {
   const std::vector<Assignment> assignments = ReadAssignments(arguments.assignments, std::cin);
   OpenDatabase(tool, Database::kControl);
   OpenDatabase(tool, Database::kRegistry);
@@ -116,7 +116,7 @@ void Find(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddFind(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<FindArguments>();
   CLI::App* command = AddCommand(app, tool, "find",
                                  "list the patients whose fields hold exactly the values given; an "
                                  "empty value finds a field without one");

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "synthetic/generator.h"
 #include "tool/databases.h"
@@ -31,12 +32,12 @@ void Generate(SyntheticOptions options, Tool& tool) {
   const auto layout = data_sets.GetNAACCRLayout(kRecordVersion);
 
   tool.doing = [] { return "generating"; };
-  const std::filesystem::path folder = tool.settings.folder;
+  const std::filesystem::path folder = PathOf(tool.settings.folder);
   PrivateFile incoming(folder / "incoming.txt");
   PrivateFile truth(folder / "truth.csv");
   const std::string counts = std::to_string(options.patients) + " patients and " +
                              std::to_string(options.incoming) + " incoming records";
-  const std::string file = (folder / "incoming.txt").string();
+  const std::string file = PathText(folder / "incoming.txt");
   // An interruption before the registry is filled leaves files that the next run replaces; filled
   // without its files it could not be generated again.
   options.before_commit = [&, seed = options.seed] {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -19,17 +20,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
-
-struct Arguments {
+struct ImportArguments {
   std::vector<std::string> files;
   std::string rejects;
   ImportOptions options;
 };
 
-fs::path RejectsOf(const Arguments& arguments, const Settings& settings, const fs::path& file) {
-  if (!arguments.rejects.empty()) return arguments.rejects;
-  fs::path path = settings.folder.empty() ? file : fs::path(settings.folder) / file.filename();
+fs::path RejectsOf(const ImportArguments& arguments, const Settings& settings,
+                   const fs::path& file) {
+  if (!arguments.rejects.empty()) return PathOf(arguments.rejects);
+  fs::path path = settings.folder.empty() ? file : PathOf(settings.folder) / file.filename();
   return path += ".rejects";
 }
 
@@ -39,14 +39,14 @@ std::string Sentence(const std::string& file, const ImportSummary& summary) {
   text += "imported " + std::to_string(summary.imported) + ", rejected " +
           std::to_string(summary.rejected);
   if (summary.resumed_at > 0) text += ", gone on behind line " + std::to_string(summary.resumed_at);
-  if (!summary.rejects.empty()) text += "; rejected lines are in " + summary.rejects.string();
+  if (!summary.rejects.empty()) text += "; rejected lines are in " + PathText(summary.rejects);
   if (summary.already_imported) text += "; --again imports it again";
   return text;
 }
 
-void Import(const Arguments& arguments, Tool& tool) {
+void Import(const ImportArguments& arguments, Tool& tool) {
   for (const std::string& file : arguments.files) {
-    if (!fs::exists(file)) throw Error(kFileNotFound, "qm import", file + ": no such file");
+    if (!fs::exists(PathOf(file))) throw Error(kFileNotFound, "qm import", file + ": no such file");
   }
   OpenDatabase(tool, Database::kControl);
   OpenRegistryToChange(tool, "qm import");
@@ -60,7 +60,7 @@ void Import(const Arguments& arguments, Tool& tool) {
                         {"RejectsFile", false}});
   for (const std::string& file : arguments.files) {
     ImportOptions options = arguments.options;
-    options.rejects = RejectsOf(arguments, tool.settings, file);
+    options.rejects = RejectsOf(arguments, tool.settings, PathOf(file));
     const auto bar = std::make_shared<ProgressBar>("importing " + file);
     options.progress = [bar](const ImportProgress& progress) {
       bar->Show(progress.bytes_done, progress.bytes_total);
@@ -70,13 +70,13 @@ void Import(const Arguments& arguments, Tool& tool) {
       const std::int64_t line = importer->Line();
       return "importing " + file + (line > 0 ? ", line " + std::to_string(line) : "");
     };
-    const ImportSummary summary = importer->ImportFile(file);
+    const ImportSummary summary = importer->ImportFile(PathOf(file));
     if (format == Format::kTable) {
       std::cout << Sentence(file, summary) << '\n';
       RequireWritten(std::cout);
     } else {
       results.Row({file, std::to_string(summary.imported), std::to_string(summary.rejected),
-                   summary.already_imported ? "yes" : "no", summary.rejects.string()});
+                   summary.already_imported ? "yes" : "no", PathText(summary.rejects)});
     }
   }
   if (format != Format::kTable) results.Finish();
@@ -85,7 +85,7 @@ void Import(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddImport(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ImportArguments>();
   CLI::App* command = AddCommand(
       app, tool, "import",
       "take files of NAACCR records into the registry, every record as an abstract; a line that is "

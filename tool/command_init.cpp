@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -19,7 +20,7 @@ void Init(const RegistrySetup& setup, Tool& tool) {
   Narrate("making the registry in " + place);
   if (settings.registry.empty() && settings.control.empty()) {
     tool.doing = [place] { return "making the registry in " + place; };
-    CreateRegistryFolder(settings.folder, setup);
+    CreateRegistryFolder(PathOf(settings.folder), setup);
   } else {
     const auto control = OpenDatabase(tool, Database::kControl);
     const auto registry = OpenDatabase(tool, Database::kRegistry);

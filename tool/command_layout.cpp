@@ -16,7 +16,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct LayoutArguments {
   std::string field;
   std::string version;
 };
@@ -40,7 +40,7 @@ std::int16_t IndexOf(const NAACCRLayout& layout, const std::string& field) {
   return index;
 }
 
-void PrintLayout(const Arguments& arguments, Tool& tool) {
+void PrintLayout(const LayoutArguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
   QMDataSets data_sets;
   const auto layout = LoadLayout(tool, data_sets, arguments.version);
@@ -77,7 +77,7 @@ void PrintLayout(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddLayout(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<LayoutArguments>();
   CLI::App* command = AddCommand(app, tool, "layout",
                                  "print the fields of a record layout, by default the newest one");
   command->add_option("ITEM|NAME", arguments->field, "only this field: item number or name");

@@ -12,10 +12,11 @@
 #include <memory>
 #include <optional>
 
-#include "matching/candidate_search.h"
+#include "runtime/path_text.h"
 #include "tool/databases.h"
 #include "tool/link_lists.h"
 #include "tool/record_argument.h"
+#include "tool/report_error.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 #include "tool/user.h"
@@ -24,13 +25,11 @@ namespace qm::tool {
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
-constexpr std::int32_t kDeviceError = 57;
 constexpr const char* kCommand = "qm link";
 constexpr const char* kNew = "new";
 constexpr const char* kNo = "no";
 
-struct Arguments {
+struct LinkArguments {
   std::optional<std::int32_t> abstract;
   std::string choice;
   std::optional<std::int32_t> tumor;
@@ -46,11 +45,9 @@ std::string IsChoice(const std::string& choice) {
   return known ? "" : "a patient's identifier, new or no is expected";
 }
 
-std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
-
 class LinkCommand {
  public:
-  LinkCommand(const Arguments& arguments, Tool& tool) : arguments_(arguments), tool_(tool) {}
+  LinkCommand(const LinkArguments& arguments, Tool& tool) : arguments_(arguments), tool_(tool) {}
 
   void Run() {
     Open();
@@ -154,9 +151,9 @@ class LinkCommand {
 
   std::string ReadFile(const std::string& name) const {
     if (arguments_.decisions == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-    std::ifstream in(name, std::ios::binary);
+    std::ifstream in(PathOf(name), std::ios::binary);
     // A folder opens, and fails once it is read.
-    if (!in || std::filesystem::is_directory(name)) {
+    if (!in || std::filesystem::is_directory(PathOf(name))) {
       throw Error(kFileNotFound, kCommand, name + ": cannot be opened");
     }
     std::string text{std::istreambuf_iterator<char>(in), {}};
@@ -213,13 +210,13 @@ class LinkCommand {
     RequireWritten(std::cout);
   }
 
-  const Arguments& arguments_;
+  const LinkArguments& arguments_;
   Tool& tool_;
   Linker linker_;
 };
 
 // What each way of linking takes.
-void RequireWay(const Arguments& arguments) {
+void RequireWay(const LinkArguments& arguments) {
   const auto need = [](bool holds, const char* text) {
     if (!holds) throw CLI::ValidationError("link", text);
   };
@@ -237,7 +234,7 @@ void RequireWay(const Arguments& arguments) {
 }  // namespace
 
 void AddLink(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<LinkArguments>();
   CLI::App* command = AddCommand(
       app, tool, "link",
       "make abstracts part of patients' cases, each with its tumor: one abstract (without a choice "

@@ -10,7 +10,7 @@ namespace qm::tool {
 
 namespace {
 
-void List(Tool& tool) {
+void ListLocks(Tool& tool) {
   const auto registry = OpenDatabase(tool, Database::kRegistry);
   tool.doing = [] { return "reading the locks"; };
   ResultWriter results(
@@ -35,7 +35,7 @@ void AddLocks(CLI::App& app, Tool& tool) {
   AddFormatOption(*command, tool);
   command->callback([&tool] {
     RequireDatabase(tool.settings, Database::kRegistry);
-    tool.run = [&tool] { List(tool); };
+    tool.run = [&tool] { ListLocks(tool); };
   });
 }
 

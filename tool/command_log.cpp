@@ -14,7 +14,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct LogArguments {
   AuditFilter filter;
   std::size_t last = 0;  ///< 0: all rows
 };
@@ -36,7 +36,7 @@ void WriteLast(AuditFilter filter, std::size_t count, ResultWriter& results) {
   std::for_each(rows.rbegin(), rows.rend(), [&results](const auto& row) { Write(row, results); });
 }
 
-void Log(const Arguments& arguments, Tool& tool) {
+void Log(const LogArguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kRegistry);
   tool.doing = [] { return "reading the audit log"; };
   ResultWriter results(std::cout, tool.settings.format,
@@ -67,7 +67,7 @@ std::string TimePart(std::string text) {
 }  // namespace
 
 void AddLog(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<LogArguments>();
   AuditFilter& filter = arguments->filter;
   CLI::App* command =
       AddCommand(app, tool, "log",

@@ -15,6 +15,7 @@
 #include "matching/candidate_search.h"
 #include "review/declined_pairs.h"
 #include "tool/databases.h"
+#include "tool/report_error.h"
 #include "tool/summary_tables.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
@@ -23,7 +24,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct MatchArguments {
   std::optional<std::int32_t> abstract;
   bool all = false;
   std::optional<std::int16_t> cutoff;
@@ -32,7 +33,7 @@ struct Arguments {
   bool with_declined = false;
 };
 
-std::vector<Column> Columns(bool explain) {
+std::vector<Column> MatchColumns(bool explain) {
   std::vector<Column> columns = {{"AbsRefID", true},          {"Rank", true},
                                  {"PatientID", true},         {"Score", true},
                                  {"LastName", false},         {"FirstName", false},
@@ -82,10 +83,10 @@ void WriteCandidate(ResultWriter& results, Format format, std::vector<std::strin
 
 class MatchCommand {
  public:
-  MatchCommand(const Arguments& arguments, Tool& tool)
+  MatchCommand(const MatchArguments& arguments, Tool& tool)
       : arguments_(arguments),
         tool_(tool),
-        results_(std::cout, tool.settings.format, Columns(arguments.explain)) {}
+        results_(std::cout, tool.settings.format, MatchColumns(arguments.explain)) {}
 
   void Run() {
     const auto registry = OpenDatabase(tool_, Database::kRegistry);
@@ -141,8 +142,6 @@ class MatchCommand {
     WriteSummary(std::cout, tool_.settings.format, summary);
   }
 
-  static std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
-
   std::string Selection() const {
     return arguments_.abstract ? " WHERE AbsRefID = " + std::to_string(*arguments_.abstract)
                                : " ORDER BY AbsRefID";
@@ -173,7 +172,7 @@ class MatchCommand {
     }
   }
 
-  const Arguments& arguments_;
+  const MatchArguments& arguments_;
   Tool& tool_;
   ResultWriter results_;
   std::set<std::pair<std::int32_t, std::int32_t>> declined_;
@@ -182,7 +181,7 @@ class MatchCommand {
 }  // namespace
 
 void AddMatch(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<MatchArguments>();
   CLI::App* command = AddCommand(
       app, tool, "match",
       "list for an abstract, or for all, the registered patients that may be the same person");

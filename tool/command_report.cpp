@@ -6,8 +6,9 @@
 #include <memory>
 #include <optional>
 
-#include "matching/candidate_search.h"
+#include "runtime/path_text.h"
 #include "tool/databases.h"
+#include "tool/report_error.h"
 #include "tool/terminal.h"
 #include "tool/tool.h"
 
@@ -15,15 +16,13 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct ReportArguments {
   std::string file;
   std::optional<std::int16_t> cutoff;
   bool replace = false;
 };
 
-std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
-
-void Report(const Arguments& arguments, Tool& tool) {
+void Report(const ReportArguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
   ReportOptions options;
   options.matching = OpenDatabase(tool, Database::kRegistry);
@@ -45,7 +44,7 @@ void Report(const Arguments& arguments, Tool& tool) {
       *id = abstract;
       bar.Show(done, total);
     };
-    summary = WriteReportPage(arguments.file, options);
+    summary = WriteReportPage(PathOf(arguments.file), options);
   }
   std::cout << "reported " << summary.pairs << " pairs of " << summary.abstracts << " abstracts in "
             << arguments.file << "; " << summary.unmatched << " abstracts have no candidate\n";
@@ -54,7 +53,7 @@ void Report(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddReport(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ReportArguments>();
   CLI::App* command = AddCommand(
       app, tool, "report",
       "write a page (HTML, one file, for any browser) in which reviewers decide about the pairs at "

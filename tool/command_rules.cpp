@@ -10,6 +10,7 @@
 #include <string>
 
 #include "matching/rule_tables.h"
+#include "runtime/path_text.h"
 #include "runtime/private_file.h"
 #include "tool/databases.h"
 #include "tool/read_file.h"
@@ -21,7 +22,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct RulesArguments {
   std::string file;
 };
 
@@ -30,7 +31,7 @@ std::string Comparison(const Variant& exact, const Variant& parameter) {
   return "approximate " + (parameter.IsNull() ? "0" : ToText(parameter));
 }
 
-void List(Tool& tool) {
+void ListRules(Tool& tool) {
   const MatchRules rules = ReadMatchRules(OpenDatabase(tool, Database::kMatching));
   ResultWriter results(std::cout, tool.settings.format,
                        {{"Table", false},
@@ -63,19 +64,19 @@ void List(Tool& tool) {
   results.Finish();
 }
 
-void Export(const Arguments& arguments, Tool& tool) {
+void Export(const RulesArguments& arguments, Tool& tool) {
   const std::string csv = MatchRulesCsv(ReadMatchRules(OpenDatabase(tool, Database::kMatching)));
   if (arguments.file.empty() || arguments.file == "-") {
     std::cout << csv;
     return;
   }
   tool.doing = [&arguments] { return "writing " + arguments.file; };
-  PrivateFile file(arguments.file);
+  PrivateFile file(PathOf(arguments.file));
   file.Stream() << csv;
   file.Commit();
 }
 
-MatchRules RulesOf(const Arguments& arguments, Tool& tool) {
+MatchRules RulesOf(const RulesArguments& arguments, Tool& tool) {
   tool.doing = [&arguments] { return "reading " + arguments.file; };
   MatchRules rules = ParseMatchRules(ReadFile(arguments.file));
   tool.doing = nullptr;
@@ -101,7 +102,7 @@ std::string CutoffText(const MatchRules& rules) {
              : ToTextOrEmpty(rules.cutoff.Value(rules.cutoff.rows[0], "PotentialPatientMatch"));
 }
 
-void Import(const Arguments& arguments, Tool& tool) {
+void Import(const RulesArguments& arguments, Tool& tool) {
   const MatchRules rules = RulesOf(arguments, tool);
   const auto registry = OpenRegistryToChange(tool, "qm rules import");
   const auto matching =
@@ -123,7 +124,7 @@ void WriteForPeople(const RuleFinding& finding) {
   std::cout << "\n    " << finding.what << ".\n    To do: " << finding.advice << ".\n";
 }
 
-void Check(const Arguments& arguments, Tool& tool) {
+void Check(const RulesArguments& arguments, Tool& tool) {
   MatchRules rules;
   if (!arguments.file.empty()) rules = RulesOf(arguments, tool);
   const auto matching = OpenDatabase(tool, Database::kMatching);
@@ -160,9 +161,9 @@ void Check(const Arguments& arguments, Tool& tool) {
   results.Finish();
 }
 
-using Body = void (*)(const Arguments& arguments, Tool& tool);
+using Body = void (*)(const RulesArguments& arguments, Tool& tool);
 
-CLI::App* AddPart(CLI::App& rules, Tool& tool, const std::shared_ptr<Arguments>& arguments,
+CLI::App* AddPart(CLI::App& rules, Tool& tool, const std::shared_ptr<RulesArguments>& arguments,
                   const std::string& name, const std::string& description, Body body) {
   CLI::App* command = AddCommand(rules, tool, name, description);
   AddDatabaseOptions(*command, tool, true);
@@ -176,13 +177,13 @@ CLI::App* AddPart(CLI::App& rules, Tool& tool, const std::shared_ptr<Arguments>&
 }  // namespace
 
 void AddRules(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<RulesArguments>();
   CLI::App* rules = app.add_subcommand(
       "rules", "list, check, export or import the matching rules: blocking, comparison, cut-off");
   rules->require_subcommand(1);
   rules->footer("Exit codes: 0 done, 1 failed, 2 wrong usage.");
   CLI::App* list = AddPart(*rules, tool, arguments, "list", "print the rules",
-                           [](const Arguments&, Tool& with) { List(with); });
+                           [](const RulesArguments&, Tool& with) { ListRules(with); });
   AddFormatOption(*list, tool);
   CLI::App* check = AddPart(*rules, tool, arguments, "check",
                             "tell what would surprise whoever wrote the rules, and what to do; "

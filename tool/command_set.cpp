@@ -30,14 +30,14 @@ constexpr const char* kSource = "qm set";
 // The critical fields are merged with a layout of this order.
 constexpr const char* kOrder = "NAACCR_Item_No";
 
-struct Arguments {
+struct SetArguments {
   std::string family;
   std::int32_t id = 0;
   std::string version;
   std::vector<std::string> assignments;
 };
 
-std::string NameOf(const Arguments& arguments) {
+std::string NameOf(const SetArguments& arguments) {
   return arguments.family + " " + std::to_string(arguments.id);
 }
 
@@ -80,7 +80,7 @@ bool IsFieldOf(Record& record, const RecordFamily& family, const NAACCRLayout& l
 }
 
 void RequireFields(Record& record, const RecordFamily& family, const NAACCRLayout& layout,
-                   const Arguments& arguments, const std::vector<Assignment>& assignments) {
+                   const SetArguments& arguments, const std::vector<Assignment>& assignments) {
   for (const Assignment& assignment : assignments) {
     if (EqualsIgnoreCase(assignment.name, family.key)) {
       throw Error(kErrBadArgument, kSource,
@@ -98,7 +98,7 @@ void RequireFields(Record& record, const RecordFamily& family, const NAACCRLayou
 
 // What another user keeps locked is not changed: an abstract, and the case that the record is part
 // of.
-void RequireNobodyElse(Record& record, const Arguments& arguments) {
+void RequireNobodyElse(Record& record, const SetArguments& arguments) {
   if (arguments.family == kAbstractName) {
     RequireUnlocked(LockedRecord::kAbstract, arguments.id, kSource);
   }
@@ -142,7 +142,7 @@ std::string MissingCriticalFields(Record& abstract, const NAACCRLayout& layout) 
 }
 
 // Inside the caller's transaction. Gives the critical fields that are left empty.
-std::string SetFields(Record&& record, const NAACCRLayout& layout, const Arguments& arguments,
+std::string SetFields(Record&& record, const NAACCRLayout& layout, const SetArguments& arguments,
                       const std::vector<Assignment>& assignments, Tool& tool) {
   if (record.Eof()) RaiseMissingRecord(kSource, arguments.family, arguments.id);
   RequireNobodyElse(record, arguments);
@@ -171,7 +171,7 @@ std::string SetFields(Record&& record, const NAACCRLayout& layout, const Argumen
   return missing;
 }
 
-void Set(const Arguments& arguments, Tool& tool) {
+void Set(const SetArguments& arguments, Tool& tool) {
   const std::vector<Assignment> assignments = ReadAssignments(arguments.assignments, std::cin);
   if (arguments.id < 1) RaiseMissingRecord(kSource, arguments.family, arguments.id);
   OpenDatabase(tool, Database::kControl);
@@ -196,7 +196,7 @@ void Set(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddSet(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<SetArguments>();
   CLI::App* command = AddCommand(
       app, tool, "set",
       "set fields of an abstract, a patient or a tumor and save it, all of them or, when "

@@ -17,7 +17,7 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct ShowArguments {
   std::string family;
   std::int32_t id = 0;
   std::string version;
@@ -51,7 +51,7 @@ void WriteFields(Record& record, const NAACCRLayout& layout, ResultWriter& resul
   }
 }
 
-void Write(Record&& record, const Arguments& arguments, const NAACCRLayout& layout,
+void Write(Record&& record, const ShowArguments& arguments, const NAACCRLayout& layout,
            const Tool& tool) {
   if (record.Eof()) RaiseMissingRecord("qm show", arguments.family, arguments.id);
   if (tool.settings.format == Format::kXml) {
@@ -64,7 +64,7 @@ void Write(Record&& record, const Arguments& arguments, const NAACCRLayout& layo
   results.Finish();
 }
 
-void Show(const Arguments& arguments, Tool& tool) {
+void Show(const ShowArguments& arguments, Tool& tool) {
   if (arguments.id < 1) RaiseMissingRecord("qm show", arguments.family, arguments.id);
   OpenDatabase(tool, Database::kControl);
   OpenDatabase(tool, Database::kRegistry);
@@ -85,7 +85,7 @@ void Show(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddShow(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<ShowArguments>();
   CLI::App* command = AddCommand(app, tool, "show",
                                  "print all fields of an abstract, a patient or a tumor; xml is "
                                  "the record's own text, without escaping");

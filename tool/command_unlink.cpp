@@ -14,13 +14,13 @@ namespace qm::tool {
 
 namespace {
 
-struct Arguments {
+struct UnlinkArguments {
   std::vector<std::int32_t> abstracts;
   bool discard_changes = false;
 };
 
 // All of them or none.
-void Unlink(const Arguments& arguments, Tool& tool) {
+void Unlink(const UnlinkArguments& arguments, Tool& tool) {
   OpenDatabase(tool, Database::kControl);
   Transaction transaction(OpenRegistryToChange(tool, "qm unlink"));
   Linker linker;
@@ -38,7 +38,7 @@ void Unlink(const Arguments& arguments, Tool& tool) {
 }  // namespace
 
 void AddUnlink(CLI::App& app, Tool& tool) {
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<UnlinkArguments>();
   CLI::App* command = AddCommand(
       app, tool, "unlink",
       "undo links: the tumor that a link added is deleted, a patient that it made too; several "

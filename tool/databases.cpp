@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "runtime/path_text.h"
 #include "session/own_tables.h"
 #include "tool/user.h"
 
@@ -17,7 +18,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
 /// Of the two applications that layouts are kept for, the registry's own.
 constexpr const char* kApplication = "Velmora";
 
@@ -40,8 +40,7 @@ const std::string& OptionOf(const Settings& settings, Database database) {
 }
 
 fs::path FileOf(const Settings& settings, Database database) {
-  return fs::path(settings.folder) /
-         (database == Database::kControl ? "control.db" : "registry.db");
+  return PathOf(settings.folder) / (database == Database::kControl ? "control.db" : "registry.db");
 }
 
 // The environment names databases where the command line names no folder: a trial's folder is never
@@ -102,8 +101,9 @@ std::string ConnectionStringOf(const Settings& settings, Database database) {
 std::shared_ptr<Connection> OpenDatabase(Tool& tool, Database database) {
   const Settings& settings = tool.settings;
   const bool by_folder = OptionOf(settings, database).empty();
-  const std::string file = FileOf(settings, database).string();
-  if (by_folder && !fs::exists(file)) {
+  const fs::path path = FileOf(settings, database);
+  const std::string file = PathText(path);
+  if (by_folder && !fs::exists(path)) {
     throw Error(
         kFileNotFound, "qm",
         std::string("no ") + NameOf(database) + " database at " + file + "; 'qm init' makes one");

@@ -11,7 +11,7 @@ namespace qm::tool {
 
 namespace {
 
-std::vector<Column> Columns(bool tells_linked) {
+std::vector<Column> OfferColumns(bool tells_linked) {
   std::vector<Column> columns = {{"AbsRefID", true},          {"Rank", true},
                                  {"PatientID", true},         {"Score", true},
                                  {"LastName", false},         {"FirstName", false},
@@ -32,7 +32,7 @@ std::vector<std::string> NameOf(std::int32_t abstract_id) {
 }  // namespace
 
 OfferList::OfferList(Format format, bool tells_linked)
-    : tells_linked_(tells_linked), results_(std::cout, format, Columns(tells_linked)) {}
+    : tells_linked_(tells_linked), results_(std::cout, format, OfferColumns(tells_linked)) {}
 
 void OfferList::Add(std::int32_t abstract_id, std::span<const OfferedMatch> offers, bool linked) {
   const std::vector<std::string> name = NameOf(abstract_id);

@@ -1,9 +1,14 @@
 // The program `qm`: reads the command line, runs the command, tells what failed.
 #include <qm/error.h>
 
+#include <algorithm>
 #include <csignal>
 #include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "tool/platform.h"
 #include "tool/report_error.h"
 #include "tool/tool.h"
 
@@ -16,7 +21,7 @@ constexpr AddFunction kCommands[] = {
     AddFind,    AddLog,      AddShow,    AddSet,     AddLock,  AddUnlock,   AddLocks,  AddLayout,
     AddDisplay, AddEval,     AddCompare, AddSoundex, AddRules, AddEvaluate, AddCheck,  AddCopy};
 
-int Run(int argc, char** argv) {
+int Run(std::vector<std::string> arguments) {
   Tool tool;
   CLI::App app(
       "Cancer registry on a relational database: takes NAACCR records in and finds the\n"
@@ -28,14 +33,15 @@ int Run(int argc, char** argv) {
   app.footer("qm COMMAND --help tells more. Exit codes: 0 done, 1 failed, 2 wrong usage.");
   for (const AddFunction add : kCommands) add(app, tool);
 
-  const std::string first = argc > 1 ? argv[1] : "";
+  const std::string first = arguments.empty() ? "" : arguments.front();
   const auto named = [&first](const CLI::App* command) { return command->check_name(first); };
   if (!first.empty() && first[0] != '-' && app.get_subcommands(named).empty()) {
     std::cerr << "qm: unknown command '" << first << "'\nRun with --help for more information.\n";
     return kUsage;
   }
   try {
-    app.parse(argc, argv);
+    std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+    app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
     const int code = app.exit(error, std::cout, std::cerr);
     if (code == 0) RequireWritten(std::cout);
@@ -65,7 +71,8 @@ int main(int argc, char** argv) {
 #endif
   std::ios::sync_with_stdio(false);
   try {
-    return Run(argc, argv);
+    PrepareProcess();
+    return Run(Arguments(argc, argv));
   } catch (const std::exception& error) {
     std::cerr << "qm: " << error.what() << '\n';
     return kFailed;

@@ -7,11 +7,13 @@
 #include <iostream>
 #include <iterator>
 
+#include "runtime/path_text.h"
+#include "tool/tool.h"
+
 namespace qm::tool {
 
 namespace {
 
-constexpr std::int32_t kFileNotFound = 53;
 constexpr std::int32_t kFileAccess = 75;
 
 std::string Rest(std::istream& in) {
@@ -22,11 +24,11 @@ std::string Rest(std::istream& in) {
 
 std::string ReadFile(const std::string& path) {
   if (path == "-") return Rest(std::cin);
-  if (!std::filesystem::exists(path)) {
+  if (!std::filesystem::exists(PathOf(path))) {
     throw Error(kFileNotFound, "qm", "there is no file " + path);
   }
-  std::ifstream in(path, std::ios::binary);
-  if (std::filesystem::is_directory(path) || !in) {
+  std::ifstream in(PathOf(path), std::ios::binary);
+  if (std::filesystem::is_directory(PathOf(path)) || !in) {
     throw Error(kFileAccess, "qm", "cannot read " + path);
   }
   return Rest(in);

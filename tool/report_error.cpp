@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "dataaccess/data_error.h"
+#include "matching/candidate_search.h"
 #include "runtime/text.h"
 #include "upkeep/table_rows.h"
 
@@ -123,5 +124,7 @@ std::string DescribeError(const Error& error, const Tool& tool) {
   }
   return text;
 }
+
+std::string RuleInWork() { return LastRule().empty() ? "" : ", rule " + LastRule(); }
 
 }  // namespace qm::tool

@@ -14,6 +14,9 @@ namespace qm::tool {
 /// The lines for standard error, without the program's name.
 std::string DescribeError(const Error& error, const Tool& tool);
 
+/// The matching rule in work, to tell what was in work: ", rule <script>", or nothing.
+std::string RuleInWork();
+
 /// The first table that a statement names; empty when it names none.
 std::string TableOf(std::string_view statement);
 

@@ -13,7 +13,6 @@ namespace qm::tool {
 namespace {
 
 constexpr std::size_t kTableRows = 500;
-constexpr std::int32_t kDeviceError = 57;
 
 // A cell of a table must not break its line.
 std::string OneLine(std::string text) {

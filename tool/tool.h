@@ -7,6 +7,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +18,10 @@ namespace qm::tool {
 
 /// Exit codes, as every help text lists them.
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
+
+// The numbers of run-time errors over files.
+constexpr std::int32_t kFileNotFound = 53;
+constexpr std::int32_t kDeviceError = 57;
 
 struct Settings {
   std::string folder;    ///< holds registry.db and control.db

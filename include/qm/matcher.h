@@ -53,7 +53,10 @@ class QM_API Matcher {
   /// -2147216504, source "qmDataObjects.Matcher.GetMatchingPatientIDs".
   std::string GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
                                          Abstract& qmAbstract);
-  /// The same over a connection of its own (read uncommitted). `objAbstract` gives the abstract's
+  /// The same, with the abstract asked for once the connection is known to be open.
+  std::string GetMatchingPatientIDsLocal(const std::shared_ptr<Connection>& conMatchDb,
+                                         const std::function<Abstract&()>& qmAbstract);
+  /// Over a connection of its own (read uncommitted). `objAbstract` gives the abstract's
   /// key when called with "absrefid".
   std::string GetMatchingPatientIDsRemote(
       std::string_view strCon, const std::function<Variant(std::string_view)>& objAbstract);

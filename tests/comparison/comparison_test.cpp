@@ -14,8 +14,10 @@
 
 #include "comparison/reference.h"
 #include "support/raises.h"
-#include "support/run_program.h"
 #include "support/temp_folder.h"
+#ifndef _WIN32
+#include "support/run_program.h"
+#endif
 
 namespace qm::test {
 namespace {
@@ -180,6 +182,7 @@ TEST_F(ComparisonLibraryTest, APathThatGivesNoLibraryIsNamed) {
   }
 }
 
+#ifndef _WIN32
 TEST_F(ComparisonLibraryTest, IsFoundBesideTheComponent) {
   TempFolder folder;
   std::filesystem::copy(QM_TOOL, folder.path() / "qm");
@@ -189,6 +192,7 @@ TEST_F(ComparisonLibraryTest, IsFoundBesideTheComponent) {
   std::filesystem::copy(QM_SAMPLE_LIBRARY, folder.path() / "libtwinseek.so");
   EXPECT_EQ(RunProgram(compare).out, "0.420000\n");
 }
+#endif
 
 }  // namespace
 }  // namespace qm::test

@@ -18,24 +18,24 @@ namespace {
 
 using ::testing::ElementsAre;
 
-struct Cursor {
+struct SearchCursor {
   const char* name;
   std::int32_t type;
   std::int32_t location;
   std::int32_t options;
 };
-constexpr Cursor kScrolling[] = {
+constexpr SearchCursor kSearched[] = {
     {"static", kOpenStatic, kUseServer, kCommandText},
     {"keyset", kOpenKeyset, kUseServer, kCommandText},
     {"client", kOpenDynamic, kUseClient, kCommandText},
     {"direct", kOpenDynamic, kUseServer, kCommandTableDirect},
 };
-constexpr Cursor kForward = {"forward", kOpenForwardOnly, kUseServer, kCommandText};
-constexpr Cursor kDirect = kScrolling[3];
+constexpr SearchCursor kForward = {"forward", kOpenForwardOnly, kUseServer, kCommandText};
+constexpr SearchCursor kDirect = kSearched[3];
 
 class SearchTest : public ::testing::Test {
  protected:
-  std::shared_ptr<Recordset> Open(const Cursor& cursor, const std::string& table = "t",
+  std::shared_ptr<Recordset> Open(const SearchCursor& cursor, const std::string& table = "t",
                                   const char* index = "") {
     auto rows = connection_->CreateRecordset();
     rows->SetCursorLocation(cursor.location);
@@ -106,7 +106,7 @@ TEST_F(SearchTest, FindMeetsOneCondition) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.criteria);
-    for (const Cursor& cursor : kScrolling) {
+    for (const SearchCursor& cursor : kSearched) {
       auto rows = Open(cursor);
       std::vector<int> found;
       for (rows->Find(c.criteria); !rows->Eof(); rows->Find(c.criteria, 1)) {
@@ -171,7 +171,7 @@ TEST_F(SearchTest, FindRefusesAndStaysWhereItIs) {
 }
 
 TEST_F(SearchTest, BookmarksOutliveMovesAndEditsButNotTheirRecordset) {
-  for (const Cursor& cursor : kScrolling) {
+  for (const SearchCursor& cursor : kSearched) {
     SCOPED_TRACE(cursor.name);
     auto rows = Open(cursor);
     auto other = Open(cursor);
@@ -233,12 +233,12 @@ TEST_F(SearchTest, SupportsSaysWhatAnOpenRecordsetCanDo) {
     return text;
   };
   EXPECT_EQ(supported(*Open(kForward)), "10000110");
-  EXPECT_EQ(supported(*Open(kScrolling[0])), "11100110");
+  EXPECT_EQ(supported(*Open(kSearched[0])), "11100110");
   EXPECT_EQ(supported(*Open(kDirect)), "11111110");
   EXPECT_EQ(supported(*connection_->Execute("SELECT DISTINCT id FROM t")), "10000000");
   EXPECT_EQ(Raises([&] { connection_->CreateRecordset()->Supports(512); }).number,
             kErrObjectClosed);
-  for (const Cursor& cursor : {kForward, kScrolling[0], kScrolling[1]}) {
+  for (const SearchCursor& cursor : {kForward, kSearched[0], kSearched[1]}) {
     auto rows = Open(cursor, "t", "no such index");
     EXPECT_EQ(Raises([&] { rows->SetIndex("PrimaryKey"); }).number, kErrNotSupported);
     EXPECT_EQ(Raises([&] { rows->Seek(1); }).number, kErrNotSupported);

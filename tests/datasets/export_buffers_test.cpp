@@ -10,7 +10,7 @@ namespace qm::test {
 namespace {
 
 // SeqNumCentr and HistCode overlap; columns 8, 9 and 35 to 39 belong to no field.
-std::vector<SmallField> Fields() {
+std::vector<SmallField> BufferFields() {
   return {{10, "RecType", 1, 1, "", "L", 1, 0, 1},       {2230, "LastName", 2, 6, "", "L", 1, 1, 1},
           {240, "BirthDate", 10, 8, "", "D", 2, 2, 0},   {2320, "SocSec", 18, 6, "", "Y", 4, 1, 0},
           {380, "SeqNumCentr", 24, 4, "", "R", 2, 0, 1}, {522, "HistCode", 26, 4, "", "Z", 2, 0, 2},
@@ -25,7 +25,7 @@ constexpr std::pair<const char*, const char*> kRows[] = {
 
 class ExportBuffers : public testing::Test {
  protected:
-  ExportBuffers() : small_(Fields()) {
+  ExportBuffers() : small_(BufferFields()) {
     small_.ChangeControl(
         "UPDATE Fields SET patGrid = -(PatTable > 0), medGrid = -(MedTable > 0 OR Prompting = 'X');"
         "UPDATE [NAACCR Versions] SET LenAbstract = 43 WHERE VersionID = '18'");

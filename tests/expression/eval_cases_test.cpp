@@ -43,7 +43,7 @@ std::vector<Case> ReadCases(const char* name) {
   return cases;
 }
 
-std::string Outcome(const ScriptEngine& engine, const std::string& expression) {
+std::string EvalOutcome(const ScriptEngine& engine, const std::string& expression) {
   try {
     const Variant value = engine.Eval(expression);
     const std::string type(TypeName(value.Type()));
@@ -60,7 +60,7 @@ TEST_P(EvalCases, HaveTheTypesAndValuesOfTheLanguage) {
   const ScriptEngine engine;
   int held = 0;
   for (const Case& item : ReadCases(GetParam())) {
-    EXPECT_EQ(Outcome(engine, item.expression), item.outcome) << item.expression;
+    EXPECT_EQ(EvalOutcome(engine, item.expression), item.outcome) << item.expression;
     ++held;
   }
   EXPECT_GT(held, 100);

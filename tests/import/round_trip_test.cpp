@@ -75,12 +75,13 @@ std::string FieldValue(int width, int choice) {
   }
 }
 
-void Put(Characters& record, int start, const std::string& value) {
+void PutText(Characters& record, int start, const std::string& value) {
   const Characters characters = Split(value);
   std::copy(characters.begin(), characters.end(), record.begin() + start - 1);
 }
 
-Characters MakeRecord(const NAACCRLayout& layout, const std::string& type, int length, int seed) {
+Characters MakeFullRecord(const NAACCRLayout& layout, const std::string& type, int length,
+                          int seed) {
   Characters record(static_cast<std::size_t>(length), " ");
   for (std::int16_t i = 1; i <= layout.FieldsCount(); ++i) {
     const int start = layout.FieldStart(i);
@@ -88,10 +89,10 @@ Characters MakeRecord(const NAACCRLayout& layout, const std::string& type, int l
     if (start + width - 1 > length) continue;
     const bool date = layout.FieldJustification(i) == "D";
     const auto date_number = static_cast<std::size_t>(i + seed) % kDates.size();
-    Put(record, start, date ? kDates[date_number].first : FieldValue(width, i * 5 + seed));
+    PutText(record, start, date ? kDates[date_number].first : FieldValue(width, i * 5 + seed));
   }
-  Put(record, layout.ColVersionID(), layout.NAACCRExchgValue());
-  Put(record, layout.ColRecType(), type);
+  PutText(record, layout.ColVersionID(), layout.NAACCRExchgValue());
+  PutText(record, layout.ColRecType(), type);
   return record;
 }
 
@@ -135,7 +136,7 @@ TEST(RoundTrip, EveryItemOfEveryLayoutComesOutAsItCameIn) {
     std::ofstream file(d / "in", std::ios::binary);
     for (int seed = 0; seed < 8; ++seed) {
       const auto& [type, length] = types[seed % 4];
-      records.push_back(MakeRecord(*layout, type, length, seed));
+      records.push_back(MakeFullRecord(*layout, type, length, seed));
       file << Joined(records.back(), 1, length) << '\n';
     }
     file.close();

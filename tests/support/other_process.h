@@ -1,8 +1,16 @@
 // OtherProcess: another user of a database, in a process of its own, driven through pipes. Make it
-// before the test opens the database: an engine's handles must not be carried through a fork.
+// before the test opens the database: an engine's handles must not be carried through a fork. On
+// Windows it is a thread with a database handle of its own, which the engine locks out alike.
 #pragma once
 
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+
+#include <thread>
+#else
 #include <sys/wait.h>
+#endif
 #include <unistd.h>
 
 #include <cstdint>
@@ -31,6 +39,17 @@ class OtherProcess {
   explicit OtherProcess(Answer answer) {
     int to[2];
     int from[2];
+#ifdef _WIN32
+    constexpr unsigned kPipeSize = 65536;
+    if (_pipe(to, kPipeSize, _O_BINARY) != 0 || _pipe(from, kPipeSize, _O_BINARY) != 0) {
+      throw std::runtime_error("no pipe");
+    }
+    child_ = std::thread([answer, in = to[0], out = from[1]] {
+      Serve(answer, in, out);
+      close(in);
+      close(out);
+    });
+#else
     if (pipe(to) != 0 || pipe(from) != 0) throw std::runtime_error("no pipe");
     child_ = fork();
     if (child_ == 0) {
@@ -41,13 +60,19 @@ class OtherProcess {
     }
     close(to[0]);
     close(from[1]);
+#endif
     to_ = to[1];
     from_ = from[0];
   }
   ~OtherProcess() {
     close(to_);
+#ifdef _WIN32
+    child_.join();
+    close(from_);
+#else
     close(from_);
     waitpid(child_, nullptr, 0);
+#endif
   }
   OtherProcess(const OtherProcess&) = delete;
   OtherProcess& operator=(const OtherProcess&) = delete;
@@ -67,14 +92,15 @@ class OtherProcess {
     const auto size = static_cast<std::uint32_t>(text.size());
     std::string message(reinterpret_cast<const char*>(&size), sizeof size);
     message += text;
-    if (write(file, message.data(), message.size()) < 0) throw std::runtime_error("pipe broken");
+    if (write(file, message.data(), static_cast<unsigned>(message.size())) < 0)
+      throw std::runtime_error("pipe broken");
   }
   static std::string Receive(int file) {
     std::uint32_t size = 0;
     if (read(file, &size, sizeof size) != sizeof size) throw std::runtime_error("pipe closed");
     std::string text(size, '\0');
     for (std::size_t got = 0; got < size;) {
-      const ssize_t count = read(file, text.data() + got, size - got);
+      const auto count = read(file, text.data() + got, static_cast<unsigned>(size - got));
       if (count <= 0) throw std::runtime_error("pipe closed");
       got += static_cast<std::size_t>(count);
     }
@@ -97,7 +123,11 @@ class OtherProcess {
     }
   }
 
+#ifdef _WIN32
+  std::thread child_;
+#else
   pid_t child_ = -1;
+#endif
   int to_ = -1;
   int from_ = -1;
 };

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -16,9 +17,15 @@ namespace qm::test {
 class TempFolder {
  public:
   TempFolder() {
+#ifdef _WIN32
+    const auto name = "qm_test_" + std::to_string(std::random_device()());
+    path_ = std::filesystem::temp_directory_path() / name;
+    if (!create_directory(path_)) throw std::runtime_error("no temporary folder");
+#else
     std::string name = (std::filesystem::temp_directory_path() / "qm_test_XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
     path_ = name;
+#endif
   }
   ~TempFolder() {
     std::error_code ignored;

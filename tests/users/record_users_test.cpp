@@ -87,7 +87,7 @@ OtherProcess::Answer UserOf(const Databases& databases, const std::string& famil
   };
 }
 
-struct Case {
+struct Conflict {
   const char* family;
   const char* first;   ///< the field that the first user sets to "one"
   const char* second;  ///< the field that the second user sets to "two"
@@ -97,12 +97,12 @@ struct Case {
   const char* saved;  ///< its result after both saved
 };
 
-std::ostream& operator<<(std::ostream& out, const Case& c) { return out << c.family; }
+std::ostream& operator<<(std::ostream& out, const Conflict& c) { return out << c.family; }
 
-class TwoUsers : public testing::TestWithParam<Case> {};
+class TwoUsers : public testing::TestWithParam<Conflict> {};
 
 TEST_P(TwoUsers, OfOneFieldOneSavesAndOfTwoBothDo) {
-  const Case& c = GetParam();
+  const Conflict& c = GetParam();
   const Databases databases;
   OtherProcess first(UserOf(databases, c.family));
   OtherProcess second(UserOf(databases, c.family));
@@ -134,20 +134,22 @@ constexpr const char* kTumorRow =
 INSTANTIATE_TEST_SUITE_P(
     Records, TwoUsers,
     testing::Values(
-        Case{"Abstract", "LastName", "LastName", "-2147220302 QMObjects.Abstract.Update", "1",
-             kAbstractRow, "one|A|20010203|80|0"},
-        Case{"Abstract", "BirthDate", "BirthDate", "-2147220302 QMObjects.Abstract.Update", "2",
-             kAbstractRow, "Garcia |A|one|80|0"},
-        Case{"Abstract", "LastName", "RecType", "0 ", "", kAbstractRow, "one|two|20010203|80|0"},
-        Case{"Abstract", "BirthDate", "HistCode", "0 ", "", kAbstractRow, "Garcia |A|one|two|0"},
-        Case{"Abstract", "LastName", "BirthDate", "0 ", "", kAbstractRow, "one|A|two|80|0"},
-        Case{"Abstract", "TextDx", "LastName", "0 ", "", kAbstractRow, "two|A|20010203|80|1"},
-        Case{"Patient", "SocSec", "SocSec", "-2147220102 QMObjects.Patient.Update", "1",
-             kPatientRow, "Garcia|one|20010203"},
-        Case{"Patient", "SocSec", "BirthDate", "0 ", "", kPatientRow, "Garcia|one|two"},
-        Case{"Tumor", "HistCode", "HistCode", "-2147220002 QMData.Tumor.Update", "2", kTumorRow,
-             "A|02|one"},
-        Case{"Tumor", "RecType", "SeqNumCentr", "0 ", "", kTumorRow, "one|two|8070"}),
+        Conflict{"Abstract", "LastName", "LastName", "-2147220302 QMObjects.Abstract.Update", "1",
+                 kAbstractRow, "one|A|20010203|80|0"},
+        Conflict{"Abstract", "BirthDate", "BirthDate", "-2147220302 QMObjects.Abstract.Update", "2",
+                 kAbstractRow, "Garcia |A|one|80|0"},
+        Conflict{"Abstract", "LastName", "RecType", "0 ", "", kAbstractRow,
+                 "one|two|20010203|80|0"},
+        Conflict{"Abstract", "BirthDate", "HistCode", "0 ", "", kAbstractRow,
+                 "Garcia |A|one|two|0"},
+        Conflict{"Abstract", "LastName", "BirthDate", "0 ", "", kAbstractRow, "one|A|two|80|0"},
+        Conflict{"Abstract", "TextDx", "LastName", "0 ", "", kAbstractRow, "two|A|20010203|80|1"},
+        Conflict{"Patient", "SocSec", "SocSec", "-2147220102 QMObjects.Patient.Update", "1",
+                 kPatientRow, "Garcia|one|20010203"},
+        Conflict{"Patient", "SocSec", "BirthDate", "0 ", "", kPatientRow, "Garcia|one|two"},
+        Conflict{"Tumor", "HistCode", "HistCode", "-2147220002 QMData.Tumor.Update", "2", kTumorRow,
+                 "A|02|one"},
+        Conflict{"Tumor", "RecType", "SeqNumCentr", "0 ", "", kTumorRow, "one|two|8070"}),
     [](const auto& test) {
       return std::string(test.param.family) + test.param.first + test.param.second;
     });

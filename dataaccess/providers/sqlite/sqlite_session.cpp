@@ -17,6 +17,7 @@
 #include "dataaccess/providers/sqlite/sqlite_statement.h"
 #include "dataaccess/sql_scanner.h"
 #include "dataaccess/stored_form.h"
+#include "runtime/path_text.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -27,15 +28,6 @@ constexpr std::string_view kKeywords[] = {"Provider", "Data Source", "User ID", 
 constexpr std::int32_t kModeRead = 1;
 constexpr std::size_t kIdleStatements = 64;
 constexpr std::array<int, 6> kBusyPauses = {1, 2, 5, 10, 25, 50};
-
-std::filesystem::path FilePath(const std::string& utf8) {
-  return {std::u8string(utf8.begin(), utf8.end())};
-}
-
-std::string Utf8(const std::filesystem::path& path) {
-  const std::u8string text = path.u8string();
-  return {text.begin(), text.end()};
-}
 
 [[noreturn]] void RaiseCannotOpen(const std::string& path, std::string_view reason,
                                   std::int32_t number = kErrEngine, int code = 0) {
@@ -92,14 +84,14 @@ SqliteSession::~SqliteSession() {
 void SqliteSession::Connect(const std::string& path, std::int32_t mode) {
   std::error_code error;
   // The engine would take some bare names for databases in memory.
-  const std::filesystem::path file = std::filesystem::absolute(FilePath(path), error);
+  const std::filesystem::path file = std::filesystem::absolute(PathOf(path), error);
   const auto status = std::filesystem::status(file, error);
   if (status.type() == std::filesystem::file_type::not_found) {
     RaiseCannotOpen(path, "no such file");
   }
   if (std::filesystem::is_directory(status)) RaiseCannotOpen(path, "it is a folder");
   const int access = mode == kModeRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
-  int code = sqlite3_open_v2(Utf8(file).c_str(), &db_,
+  int code = sqlite3_open_v2(PathText(file).c_str(), &db_,
                              access | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE, nullptr);
   if (code == SQLITE_OK) {
     sqlite3_extended_result_codes(db_, 1);

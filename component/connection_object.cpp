@@ -1,0 +1,78 @@
+#include "component/connection_object.h"
+
+#include <qm/recordset.h>
+
+namespace qm::component {
+
+STDMETHODIMP ConnectionObject::get_ConnectionString(BSTR* result) {
+  return Get(result, [&] { return connection_->ConnectionString(); });
+}
+STDMETHODIMP ConnectionObject::put_ConnectionString(BSTR newval) {
+  return Do([&] { connection_->SetConnectionString(Text(newval)); });
+}
+STDMETHODIMP ConnectionObject::get_CommandTimeout(LONG* result) {
+  return Get(result, [&] { return connection_->CommandTimeout(); });
+}
+STDMETHODIMP ConnectionObject::put_CommandTimeout(LONG newval) {
+  return Do([&] { connection_->SetCommandTimeout(newval); });
+}
+STDMETHODIMP ConnectionObject::get_ConnectionTimeout(LONG* result) {
+  return Get(result, [&] { return connection_->ConnectionTimeout(); });
+}
+STDMETHODIMP ConnectionObject::put_ConnectionTimeout(LONG newval) {
+  return Do([&] { connection_->SetConnectionTimeout(newval); });
+}
+STDMETHODIMP ConnectionObject::get_Mode(LONG* result) {
+  return Get(result, [&] { return connection_->Mode(); });
+}
+STDMETHODIMP ConnectionObject::put_Mode(LONG newval) {
+  return Do([&] { connection_->SetMode(newval); });
+}
+STDMETHODIMP ConnectionObject::get_IsolationLevel(LONG* result) {
+  return Get(result, [&] { return connection_->IsolationLevel(); });
+}
+STDMETHODIMP ConnectionObject::put_IsolationLevel(LONG newval) {
+  return Do([&] { connection_->SetIsolationLevel(newval); });
+}
+STDMETHODIMP ConnectionObject::get_State(LONG* result) {
+  return Get(result, [&] { return connection_->State(); });
+}
+STDMETHODIMP ConnectionObject::Open(BSTR ConnectionString, BSTR UserID, BSTR Password,
+                                    LONG Options) {
+  return Do(
+      [&] { connection_->Open(Text(ConnectionString), Text(UserID), Text(Password), Options); });
+}
+STDMETHODIMP ConnectionObject::Close() {
+  return Do([&] { connection_->Close(); });
+}
+STDMETHODIMP ConnectionObject::BeginTrans(LONG* result) {
+  return Get(result, [&] { return connection_->BeginTrans(); });
+}
+STDMETHODIMP ConnectionObject::CommitTrans() {
+  return Do([&] { connection_->CommitTrans(); });
+}
+STDMETHODIMP ConnectionObject::RollbackTrans() {
+  return Do([&] { connection_->RollbackTrans(); });
+}
+STDMETHODIMP ConnectionObject::CreateRecordset(IDispatch** result) {
+  return Get(result, [&] { return connection_->CreateRecordset(); });
+}
+
+// The options are hints that the library does not need.
+STDMETHODIMP ConnectionObject::Execute(BSTR CommandText, VARIANT* RecordsAffected, LONG,
+                                       IDispatch** result) {
+  return Get(result, [&] {
+    std::int64_t affected = 0;
+    auto recordset = connection_->Execute(Text(CommandText), &affected);
+    if (RecordsAffected != nullptr) {
+      LONG count = 0;
+      HandOut(affected, &count);
+      VariantClear(RecordsAffected);
+      RecordsAffected->lVal = count;
+      RecordsAffected->vt = VT_I4;
+    }
+    return recordset;
+  });
+}
+
+}  // namespace qm::component

@@ -1,0 +1,374 @@
+// An early-bound client: calls the registered component through its vtables.
+//
+//   early_bound_client FOLDER [CYCLES]
+//
+// FOLDER holds a registry that `qm init` made and `qm import` filled. Prints every check that fails
+// and, last, the result.
+
+#include <windows.h>
+// They build on the first.
+#include <oleauto.h>
+#include <psapi.h>
+#include <qmdataobjects2_idl.h>
+
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace {
+
+int checks = 0;
+int failures = 0;
+
+void Check(const char* what, bool fulfilled) {
+  ++checks;
+  if (fulfilled) return;
+  ++failures;
+  std::cout << "FAILED: " << what << "\n";
+}
+
+/// A BSTR of its own.
+class Text {
+ public:
+  Text() = default;
+  explicit Text(const std::wstring& text) : text_(SysAllocString(text.c_str())) {}
+  ~Text() { SysFreeString(text_); }
+  Text(const Text&) = delete;
+  Text& operator=(const Text&) = delete;
+  BSTR get() const { return text_; }
+  BSTR* place() { return &text_; }
+  std::wstring wide() const { return text_ == nullptr ? L"" : text_; }
+
+ private:
+  BSTR text_ = nullptr;
+};
+
+/// One counted reference.
+template <typename Interface>
+class Ref {
+ public:
+  Ref() = default;
+  Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  Ref(const Ref&) = delete;
+  Ref& operator=(Ref&& other) noexcept {
+    std::swap(object_, other.object_);
+    return *this;
+  }
+  ~Ref() {
+    if (object_ != nullptr) object_->Release();
+  }
+  Interface* operator->() const { return object_; }
+  Interface* get() const { return object_; }
+  Interface** place() { return &object_; }
+  explicit operator bool() const { return object_ != nullptr; }
+
+ private:
+  Interface* object_ = nullptr;
+};
+
+template <typename Interface>
+Ref<Interface> Create(const CLSID& id) {
+  Ref<Interface> object;
+  CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, __uuidof(Interface),
+                   reinterpret_cast<void**>(object.place()));
+  return object;
+}
+
+HRESULT CanUnload() {
+  const auto module = GetModuleHandleW(L"QMDataObjects2.dll");
+  // By way of a pointer to void, as the platform's loader gives it.
+  const auto question = reinterpret_cast<HRESULT(WINAPI*)()>(reinterpret_cast<void*>(  // NOLINT
+      GetProcAddress(module, "DllCanUnloadNow")));
+  return question == nullptr ? E_FAIL : question();
+}
+
+Ref<IDispatch> Connect(_QMConnection* session, const std::wstring& file) {
+  Text text(L"Provider=SQLite;Data Source=" + file);
+  ShareMode mode = qmModeReadWrite;
+  short timeout = 5;
+  Ref<IDispatch> connection;
+  session->Connect(text.place(), &mode, &timeout, &timeout, connection.place());
+  return connection;
+}
+
+// --- Errors
+// -----------------------------------------------------------------------------------------
+
+void CheckErrors() {
+  const auto session = Create<_QMConnection>(CLSID_QMConnection);
+  Text text(L"Provider=SQLite;Data Source=none.db");
+  ShareMode mode = qmModeReadWrite;
+  short timeout = 5;
+  Ref<IDispatch> connection;
+  const HRESULT outcome =
+      session->Connect(text.place(), &mode, &timeout, &timeout, connection.place());
+  Check("the number is the result", outcome == static_cast<HRESULT>(-2147220504) && !connection);
+  Ref<IErrorInfo> information;
+  Check("error information is there", GetErrorInfo(0, information.place()) == S_OK);
+  Text source;
+  information->GetSource(source.place());
+  Check("with its source", source.wide() == L"QMObjects.QMConnecion.Connect");
+  Ref<ISupportErrorInfo> supports;
+  session->QueryInterface(__uuidof(ISupportErrorInfo), reinterpret_cast<void**>(supports.place()));
+  Check("and support for it",
+        supports->InterfaceSupportsErrorInfo(__uuidof(_QMConnection)) == S_OK);
+
+  const auto data = Create<_QMDataSets>(CLSID_QMDataSets);
+  Check("a run-time error has the languages' facility",
+        data->CloseGlobalRecordsets() == static_cast<HRESULT>(0x800A0009));
+  Check("null instead of a place", session->get_User(nullptr) == static_cast<HRESULT>(0x800A005B));
+  IUnknown* outer = session.get();
+  void* object = nullptr;
+  Check("no aggregation", CoCreateInstance(CLSID_Matcher, outer, CLSCTX_INPROC_SERVER,
+                                           __uuidof(IUnknown), &object) == CLASS_E_NOAGGREGATION);
+}
+
+// --- Records
+// ------------------------------------------------------------------------------------------
+
+std::wstring LastName(_QMDataSets* data, LONG id) {
+  LONG none = -1;
+  Text where;
+  Ref<_Abstract> abstract;
+  if (FAILED(data->GetAbstract(&id, &none, &none, where.place(), abstract.place()))) return L"?";
+  Text name(L"LastName");
+  VARIANT value;
+  VariantInit(&value);
+  if (FAILED(abstract->get_FieldByName(name.get(), &value)) || value.vt != VT_BSTR) return L"??";
+  std::wstring result = value.bstrVal;
+  VariantClear(&value);
+  return result;
+}
+
+void CheckRecords(const std::wstring& folder) {
+  const auto session = Create<_QMConnection>(CLSID_QMConnection);
+  const auto registry = Connect(session.get(), folder + L"\\registry.db");
+  const auto control = Connect(session.get(), folder + L"\\control.db");
+  session->putref_Registry(registry.get());
+  session->putref_Control(control.get());
+  Ref<IDispatch> read;
+  session->get_Registry(read.place());
+  Check("a connection has one object", read.get() == registry.get());
+  const auto data = Create<_QMDataSets>(CLSID_QMDataSets);
+  Ref<_NAACCRLayout> layout;
+  Text order(L"ColumnStart");
+  Check("the layout loads", data->GetNAACCRLayout(-1, order.get(), layout.place()) == S_OK);
+  SAFEARRAY* fields = nullptr;
+  VARTYPE type = VT_EMPTY;
+  layout->getTextFields(&fields);
+  SafeArrayGetVartype(fields, &type);
+  Check("arrays are of the published type", type == VT_I2);
+  SafeArrayDestroy(fields);
+  Check("an abstract by name",
+        !LastName(data.get(), 1).empty() && LastName(data.get(), 1)[0] != L'?');
+  session->Disconnect();
+}
+
+// --- A stranger: the component's own objects in the coat of another's
+// ---------------------------------
+
+class Stranger final : public IDispatch {
+ public:
+  explicit Stranger(IDispatch* inner) : inner_(inner) { inner_->AddRef(); }
+  virtual ~Stranger() { inner_->Release(); }
+
+  STDMETHODIMP QueryInterface(REFIID id, void** object) override {
+    *object = id == __uuidof(IUnknown) || id == __uuidof(IDispatch) ? this : nullptr;
+    if (*object == nullptr) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+  STDMETHODIMP_(ULONG) Release() override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+  STDMETHODIMP GetTypeInfoCount(UINT* count) override {
+    *count = 0;
+    return S_OK;
+  }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID id, LPOLESTR* names, UINT count, LCID locale,
+                             DISPID* ids) override {
+    return inner_->GetIDsOfNames(id, names, count, locale, ids);
+  }
+  // Arguments lose the coat, results get one.
+  STDMETHODIMP Invoke(DISPID member, REFIID id, LCID locale, WORD kinds, DISPPARAMS* call,
+                      VARIANT* result, EXCEPINFO* exception, UINT* wrong) override {
+    ++calls;
+    DISPPARAMS inner = *call;
+    VARIANT uncoated[8] = {};
+    for (UINT i = 0; i < call->cArgs && i < 8; ++i) {
+      uncoated[i] = call->rgvarg[i];
+      const bool object = uncoated[i].vt == VT_DISPATCH && uncoated[i].pdispVal != nullptr;
+      if (auto* coat = object ? dynamic_cast<Stranger*>(uncoated[i].pdispVal) : nullptr) {
+        uncoated[i].pdispVal = coat->inner_;
+      }
+    }
+    inner.rgvarg = uncoated;
+    const HRESULT outcome =
+        inner_->Invoke(member, id, locale, kinds, &inner, result, exception, wrong);
+    if (SUCCEEDED(outcome) && result != nullptr && result->vt == VT_DISPATCH &&
+        result->pdispVal != nullptr) {
+      auto* const coat = new Stranger(result->pdispVal);
+      result->pdispVal->Release();
+      result->pdispVal = coat;
+    }
+    return outcome;
+  }
+
+  static int calls;
+
+ private:
+  ULONG references_ = 1;
+  IDispatch* inner_;
+};
+int Stranger::calls = 0;
+
+void CheckStranger(const std::wstring& folder) {
+  const auto session = Create<_QMConnection>(CLSID_QMConnection);
+  const auto registry = Connect(session.get(), folder + L"\\registry.db");
+  const auto control = Connect(session.get(), folder + L"\\control.db");
+  Ref<IDispatch> coated;
+  *coated.place() = new Stranger(registry.get());
+  session->putref_Registry(coated.get());
+  session->putref_Control(control.get());
+  Ref<IDispatch> read;
+  session->get_Registry(read.place());
+  Check("a stranger comes back as it is", read.get() == coated.get());
+  const auto data = Create<_QMDataSets>(CLSID_QMDataSets);
+  Ref<_NAACCRLayout> layout;
+  Text order(L"ColumnStart");
+  data->GetNAACCRLayout(-1, order.get(), layout.place());
+  const std::wstring name = LastName(data.get(), 2);
+  Check("an abstract over a stranger", !name.empty() && name[0] != L'?' && Stranger::calls > 5);
+  LONG id = 2;
+  LONG none = -1;
+  Text where;
+  Ref<_Abstract> abstract;
+  data->GetAbstract(&id, &none, &none, where.place(), abstract.place());
+  Ref<IDispatch> recordset;
+  abstract->Recordset(1, recordset.place());
+  Check("its recordset is the stranger's", dynamic_cast<Stranger*>(recordset.get()) != nullptr);
+  VARIANT mark;
+  VariantInit(&mark);
+  abstract->MoveFirst();
+  Check("a stranger's bookmark goes and comes",
+        abstract->get_BookMark(&mark) == S_OK && abstract->put_BookMark(mark) == S_OK);
+  VariantClear(&mark);
+  session->BeginTrans();
+  Check("a stranger's errors come through",
+        session->BeginTrans() == static_cast<HRESULT>(-2147168237));
+  session->RollBackTrans();
+  abstract = {};
+  recordset = {};
+  session->Disconnect();
+  session->putref_Control(nullptr);
+}
+
+// --- Cycles and threads
+// -----------------------------------------------------------------------------
+
+SIZE_T MemoryInUse() {
+  PROCESS_MEMORY_COUNTERS_EX counters{};
+  counters.cb = sizeof counters;
+  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
+                       sizeof counters);
+  return counters.PrivateUsage;
+}
+
+void Cycle() {
+  const auto session = Create<_QMConnection>(CLSID_QMConnection);
+  const auto data = Create<_QMDataSets>(CLSID_QMDataSets);
+  const auto display = Create<_Display>(CLSID_Display);
+  const auto field = Create<_DisplayField>(CLSID_DisplayField);
+  const auto matcher = Create<_Matcher>(CLSID_Matcher);
+  Text key(L"key");
+  display->Add(field.get(), key.get());
+  Ref<IUnknown> fields;
+  display->get_NewEnum(fields.place());
+  Ref<_Display> none;
+  display->get_Item(1, none.place());  // fails, with error information
+  DISPPARAMS nothing{};
+  VARIANT result;
+  VariantInit(&result);
+  matcher->Invoke(5, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &nothing, &result,
+                  nullptr, nullptr);
+  VariantClear(&result);
+}
+
+void CheckCycles(int cycles) {
+  for (int i = 0; i < 500; ++i) Cycle();
+  SetErrorInfo(0, nullptr);
+  const SIZE_T before = MemoryInUse();
+  for (int i = 0; i < cycles; ++i) Cycle();
+  SetErrorInfo(0, nullptr);
+  const SIZE_T after = MemoryInUse();
+  const auto grown = after > before ? after - before : 0;
+  std::cout << cycles << " cycles: " << grown << " bytes more\n";
+  Check("cycles of create and release leak nothing", grown < static_cast<SIZE_T>(cycles) * 8);
+  Check("the component could be unloaded", CanUnload() == S_OK);
+  Ref<IClassFactory> factory;
+  CoGetClassObject(CLSID_Matcher, CLSCTX_INPROC_SERVER, nullptr, __uuidof(IClassFactory),
+                   reinterpret_cast<void**>(factory.place()));
+  Check("a class factory keeps it loaded", factory && CanUnload() == S_FALSE);
+}
+
+// Threads one after the other, each an apartment of its own.
+void CheckThreads() {
+  const auto session = Create<_QMConnection>(CLSID_QMConnection);
+  Text mine(L"MINE");
+  session->put_User(mine.get());
+  bool empty_at_first = true;
+  bool kept = true;
+  for (int i = 0; i < 20; ++i) {
+    std::thread other([&] {
+      CoInitialize(nullptr);
+      {
+        const auto its_session = Create<_QMConnection>(CLSID_QMConnection);
+        Text there_at_first;
+        its_session->get_User(there_at_first.place());
+        empty_at_first = empty_at_first && there_at_first.wide().empty();
+        Text its(L"ITS");
+        its_session->put_User(its.get());
+      }
+      kept = kept && CanUnload() == S_FALSE;
+      CoUninitialize();
+    });
+    other.join();
+  }
+  Text user;
+  session->get_User(user.place());
+  Check("a thread's session starts empty", empty_at_first);
+  Check("and is its own", user.wide() == L"MINE");
+  Check("its state keeps the component loaded", kept);
+  Text empty(L"");
+  session->put_User(empty.get());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2) return 2;
+  const std::string given = argv[1];
+  const std::wstring folder(given.begin(), given.end());
+  CoInitialize(nullptr);
+  Check("the component is registered",
+        static_cast<bool>(Create<_QMConnection>(CLSID_QMConnection)));
+  if (failures == 0) {
+    CheckCycles(argc > 2 ? std::atoi(argv[2]) : 10000);
+    CheckThreads();
+    Check("after a thread's end the component could be unloaded", CanUnload() == S_OK);
+    CheckErrors();
+    CheckRecords(folder);
+    CheckStranger(folder);
+  }
+  CoUninitialize();
+  std::cout << "result: " << checks << " checks, " << failures << " failed\n";
+  return failures == 0 ? 0 : 1;
+}
