@@ -57,6 +57,10 @@ STDMETHODIMP ConnectionObject::RollbackTrans() {
 STDMETHODIMP ConnectionObject::CreateRecordset(IDispatch** result) {
   return Get(result, [&] { return connection_->CreateRecordset(); });
 }
+// Of ADO, whose shape and error numbers these objects have.
+STDMETHODIMP ConnectionObject::get_Version(BSTR* result) {
+  return Get(result, [] { return std::string_view("2.5"); });
+}
 
 // The options are hints that the library does not need.
 STDMETHODIMP ConnectionObject::Execute(BSTR CommandText, VARIANT* RecordsAffected, LONG,

@@ -41,6 +41,7 @@ class ConnectionObject final
   STDMETHODIMP CommitTrans() override;
   STDMETHODIMP RollbackTrans() override;
   STDMETHODIMP CreateRecordset(IDispatch** result) override;
+  STDMETHODIMP get_Version(BSTR* result) override;
 
  private:
   std::shared_ptr<Connection> connection_;

@@ -96,21 +96,21 @@ STDMETHODIMP RecordsetObject::Seek(VARIANT KeyValues, LONG SeekOption) {
 STDMETHODIMP RecordsetObject::Supports(LONG CursorOptions, VARIANT_BOOL* result) {
   return Get(result, [&] { return recordset_->Supports(CursorOptions); });
 }
-STDMETHODIMP RecordsetObject::AddNew() {
-  return Do([&] { recordset_->AddNew(); });
-}
-STDMETHODIMP RecordsetObject::Update() {
-  return Do([&] { recordset_->Update(); });
-}
 STDMETHODIMP RecordsetObject::CancelUpdate() {
   return Do([&] { recordset_->CancelUpdate(); });
 }
 
 STDMETHODIMP RecordsetObject::get_Fields(_Fields** result) {
-  return Get(result, [&] { return MakeFields(recordset_); });
+  return Get(result, [&] {
+    if (!fields_) fields_ = MakeFields(recordset_);
+    return fields_;
+  });
 }
 STDMETHODIMP RecordsetObject::get_Properties(_Properties** result) {
-  return Get(result, [&] { return MakeProperties(recordset_); });
+  return Get(result, [&] {
+    if (!properties_) properties_ = MakeProperties(recordset_);
+    return properties_;
+  });
 }
 STDMETHODIMP RecordsetObject::put_ActiveConnection(VARIANT newval) {
   return Do([&] { recordset_->SetActiveConnection(ConnectionInVariant(newval)); });
