@@ -170,9 +170,14 @@ HRESULT FindInterfaceTable(REFIID id, const InterfaceTable** table) {
 }
 
 HRESULT FindClassInfo(REFCLSID id, ITypeInfo** info) {
-  ComPointer<ITypeLib> library;
-  const HRESULT outcome = LoadOwnTypeLibrary(library.Receive());
-  return FAILED(outcome) ? outcome : library->GetTypeInfoOfGuid(id, info);
+  *info = nullptr;
+  try {
+    ComPointer<ITypeLib> library;
+    const HRESULT outcome = LoadOwnTypeLibrary(library.Receive());
+    return FAILED(outcome) ? outcome : library->GetTypeInfoOfGuid(id, info);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }
 
 }  // namespace qm::component
