@@ -1,5 +1,7 @@
 #include "component/array_conversion.h"
 
+#include "component/client_variable.h"
+
 namespace qm::component {
 
 namespace {
@@ -62,22 +64,25 @@ HRESULT CopyElements(SAFEARRAY* from, SAFEARRAY* to, LCID locale) {
   for (LONG i = lower; i < lower + count && SUCCEEDED(outcome); ++i) {
     PlatformVariant element;
     outcome = GetElement(from, i, element);
-    if (SUCCEEDED(outcome) && type != VT_VARIANT && element.get().vt != type) {
-      outcome = VariantChangeTypeEx(&element.get(), &element.get(), locale, 0, type);
-    }
+    if (SUCCEEDED(outcome) && type != VT_VARIANT) outcome = ChangeType(element, type, locale);
     if (SUCCEEDED(outcome)) outcome = PutElement(to, type, i, element.get());
   }
   return outcome;
 }
 
-HRESULT ConvertArray(SAFEARRAY* from, VARTYPE type, LCID locale, SAFEARRAY** to) {
-  if (from != nullptr && SafeArrayGetDim(from) > 1) return DISP_E_TYPEMISMATCH;
+HRESULT MakeLike(SAFEARRAY* model, VARTYPE type, SAFEARRAY** made) {
+  if (model != nullptr && SafeArrayGetDim(model) > 1) return DISP_E_TYPEMISMATCH;
   LONG lower = 0;
-  const LONG count = Elements(from, lower);
+  const LONG count = Elements(model, lower);
   SAFEARRAYBOUND bound{static_cast<ULONG>(count), lower};
-  *to = SafeArrayCreate(type, 1, &bound);
-  if (*to == nullptr) return E_OUTOFMEMORY;
-  const HRESULT outcome = CopyElements(from, *to, locale);
+  *made = SafeArrayCreate(type, 1, &bound);
+  return *made == nullptr ? E_OUTOFMEMORY : S_OK;
+}
+
+HRESULT ConvertArray(SAFEARRAY* from, VARTYPE type, LCID locale, SAFEARRAY** to) {
+  HRESULT outcome = MakeLike(from, type, to);
+  if (FAILED(outcome)) return outcome;
+  outcome = CopyElements(from, *to, locale);
   if (FAILED(outcome)) {
     SafeArrayDestroy(*to);
     *to = nullptr;

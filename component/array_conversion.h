@@ -8,7 +8,9 @@ namespace qm::component {
 /// Each element of the one array into its place in the other, which has it, as the platform
 /// converts it.
 HRESULT CopyElements(SAFEARRAY* from, SAFEARRAY* to, LCID locale);
-/// A new array of another element type, with the same bounds; more than one dimension is refused.
+/// A new array of an element type, with the bounds of another; more than one dimension is refused.
+HRESULT MakeLike(SAFEARRAY* model, VARTYPE type, SAFEARRAY** made);
+/// The same with the elements.
 HRESULT ConvertArray(SAFEARRAY* from, VARTYPE type, LCID locale, SAFEARRAY** to);
 /// Of the types that the interfaces pass by reference, arrays of them included; any other counts as
 /// different.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "component/array_conversion.h"
+#include "component/client_variable.h"
 #include "component/values.h"
 
 namespace qm::component {
@@ -92,7 +93,10 @@ HRESULT BoundArgument::BindArray(const VARIANT& given, LCID locale) {
   }
   SAFEARRAY* typed = nullptr;
   if (array != nullptr) {
-    const HRESULT outcome = ConvertArray(array, parameter_->type, locale, &typed);
+    HRESULT outcome = ConvertArray(array, parameter_->type, locale, &typed);
+    if (FAILED(outcome) && parameter_->filled_only) {
+      outcome = MakeLike(array, parameter_->type, &typed);
+    }
     if (FAILED(outcome)) return outcome;
   }
   value_.Receive()->parray = typed;
@@ -103,10 +107,12 @@ HRESULT BoundArgument::BindArray(const VARIANT& given, LCID locale) {
 HRESULT BoundArgument::BindValue(const VARIANT& given, LCID locale) {
   VARIANT reference = Followed(given);
   const HRESULT outcome = VariantCopyInd(value_.Receive(), &reference);
-  if (FAILED(outcome) || parameter_->type == VT_VARIANT || value_.get().vt == parameter_->type) {
-    return outcome;
+  if (FAILED(outcome) || parameter_->type == VT_VARIANT) return outcome;
+  const VARIANT& value = value_.get();
+  if ((value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal == nullptr) {
+    return ResultOf(kErrObjectNotSet);
   }
-  return VariantChangeTypeEx(&value_.get(), &value_.get(), locale, 0, parameter_->type);
+  return ChangeType(value_, parameter_->type, locale);
 }
 
 void BoundArgument::PointToValue() {
@@ -151,45 +157,8 @@ HRESULT BoundArgument::WriteBack(LCID locale) {
     return S_OK;
   }
   VARIANT& target = given_->vt == (VT_BYREF | VT_VARIANT) ? *given_->pvarVal : *given_;
-  if (parameter_->array) return WriteArrayBack(target, locale);
-  const auto used = static_cast<VARTYPE>(target.vt & ~VT_BYREF);
-  PlatformVariant form;
-  HRESULT outcome = S_OK;
-  if ((target.vt & VT_BYREF) != 0 && used != value_.get().vt) {
-    outcome = VariantChangeTypeEx(&form.get(), &value_.get(), locale, 0, used);
-  } else {
-    outcome = VariantCopy(&form.get(), &value_.get());
-  }
-  if (FAILED(outcome)) return outcome;
-  if ((target.vt & VT_BYREF) == 0) {
-    outcome = VariantClear(&target);
-    if (SUCCEEDED(outcome)) target = form.Detach();
-    return outcome;
-  }
-  // A typed place: what it held goes, and the payload moves in.
-  VARIANT old{};
-  old.vt = used;
-  switch (used) {
-    case VT_BSTR:
-      old.bstrVal = std::exchange(*target.pbstrVal, form.get().bstrVal);
-      break;
-    case VT_BOOL:
-    case VT_I2:
-      *target.piVal = form.get().iVal;
-      break;
-    case VT_I4:
-      *target.plVal = form.get().lVal;
-      break;
-    case VT_R8:
-    case VT_DATE:
-      *target.pdblVal = form.get().dblVal;
-      break;
-    default:
-      return DISP_E_TYPEMISMATCH;
-  }
-  form.get().vt = VT_EMPTY;
-  VariantClear(&old);
-  return S_OK;
+  return parameter_->array ? WriteArrayBack(target, locale)
+                           : Assign(target, std::move(value_), locale);
 }
 
 HRESULT BoundArgument::TakeResult(VARIANT* result) {
