@@ -6,10 +6,17 @@ namespace qm::component {
 
 namespace {
 
-// A connection in a variant: an object, or Nothing.
-std::shared_ptr<Connection> ConnectionInVariant(const VARIANT& value) {
+// A connection in a variant: an object, Nothing, or the text to open one of its own with.
+std::shared_ptr<Connection> ConnectionInVariant(const VARIANT& given) {
+  const VARIANT& value = given.vt == (VT_BYREF | VT_VARIANT) ? *given.pvarVal : given;
+  const auto type = static_cast<VARTYPE>(value.vt & ~VT_BYREF);
+  if (type == VT_BSTR) {
+    auto connection = Connection::Create();
+    connection->Open(ToText(Value(value)));
+    return connection;
+  }
   const auto object = ObjectIn(value);
-  if (!object && value.vt != VT_DISPATCH) RaiseRunTime(kErrTypeMismatch);
+  if (!object && type != VT_DISPATCH) RaiseRunTime(kErrTypeMismatch);
   return ConnectionIn(object.get());
 }
 
