@@ -6,8 +6,6 @@
 // and, last, the result.
 
 #include "client_support.h"
-// It builds on the platform's first.
-#include <psapi.h>
 
 #include <cstdlib>
 #include <initializer_list>
@@ -123,6 +121,15 @@ void CheckArrays(_NAACCRLayout* layout) {
     fixed->fFeatures &= static_cast<USHORT>(~FADF_FIXEDSIZE);
     SafeArrayDestroy(fixed);
   }
+  SAFEARRAY* const locked = SafeArrayCreateVector(VT_I2, 0, kCount - 1);
+  SafeArrayLock(locked);
+  SAFEARRAY* of_locked = locked;
+  Check("a locked array without room stays as it is",
+        Call(layout, kGetTextFields, {ByReference(VT_ARRAY | VT_I2, &of_locked)}) ==
+                static_cast<HRESULT>(0x800A000A) &&
+            of_locked == locked);
+  SafeArrayUnlock(locked);
+  SafeArrayDestroy(locked);
   SAFEARRAY* const texts = SafeArrayCreateVector(VT_BSTR, 0, kCount);
   SAFEARRAY* place = texts;
   Text memo;
@@ -133,6 +140,74 @@ void CheckArrays(_NAACCRLayout* layout) {
   Check("an array that the call left as it was is the same",
         outcome == S_OK && place == texts && !memo.wide().empty());
   SafeArrayDestroy(texts);
+}
+
+// The projects of a new abstract are read by nobody, so that it does not matter that they are
+// locked.
+void CheckLockedInput(_QMDataSets* data, _NAACCRLayout* layout) {
+  constexpr DISPID kAddAbstract = 7;
+  short length = 0;
+  layout->get_LengthOfAbstract(&length);
+  Text record(std::wstring(static_cast<std::size_t>(length), L' '));
+  LONG key = 5900;
+  VARIANT_BOOL use_default = VARIANT_FALSE;
+  SAFEARRAY* const projects = SafeArrayCreateVector(VT_I2, 0, 3);
+  SafeArrayLock(projects);
+  SAFEARRAY* place = projects;
+  VARIANT added{};
+  Check("a locked array that is only read",
+        Call(data, kAddAbstract,
+             {ByReference(VT_BSTR, record.place()), ByReference(VT_BOOL, &use_default),
+              ByReference(VT_ARRAY | VT_I2, &place), ByReference(VT_I4, &key)},
+             &added) == S_OK &&
+            place == projects);
+  SafeArrayUnlock(projects);
+  SafeArrayDestroy(projects);
+}
+
+// The count of rows in the client's variable, of any number's type.
+void CheckCounts(IDispatch* registry) {
+  constexpr DISPID kExecute = 8;
+  Ref<_Connection> connection;
+  registry->QueryInterface(__uuidof(_Connection), reinterpret_cast<void**>(connection.place()));
+  Text sql(L"UPDATE Abstracts SET LastName = LastName WHERE AbsRefID = 1");
+  VARIANT text{};
+  text.vt = VT_BSTR;
+  text.bstrVal = sql.get();
+  for (const VARTYPE type : {VT_I2, VT_I4, VT_UI1, VT_R4, VT_R8, VT_CY, VT_I8, VT_DECIMAL}) {
+    for (const bool late : {false, true}) {
+      VARIANT variable{};
+      void* const place = type == VT_DECIMAL ? static_cast<void*>(&variable) : &variable.llVal;
+      VARIANT count = ByReference(type, place);
+      Ref<IDispatch> rows;
+      VARIANT result{};
+      const HRESULT outcome = late ? Call(registry, kExecute, {text, count}, &result)
+                                   : connection->Execute(sql.get(), &count, -1, rows.place());
+      VariantClear(&result);
+      variable.vt = type;
+      VariantChangeType(&variable, &variable, 0, VT_I4);
+      Check(("a count in a variable of type " + std::to_string(type)).c_str(),
+            outcome == S_OK && variable.lVal == 1);
+    }
+  }
+}
+
+void CheckFailedResults(_QMDataSets* data) {
+  LONG id = 1;
+  LONG none = -1;
+  Text where;
+  Ref<_Abstract> abstract;
+  data->GetAbstract(&id, &none, &none, where.place(), abstract.place());
+  abstract->MoveLast();
+  abstract->MoveNext();
+  VARIANT mark{};
+  mark.vt = VT_I4;
+  Check("no bookmark on failure", FAILED(abstract->get_BookMark(&mark)) && mark.vt == VT_EMPTY);
+  abstract->CloseRecordset();
+  SAFEARRAY untouched{};
+  SAFEARRAY* recordsets = &untouched;
+  Check("no recordsets on failure",
+        FAILED(abstract->Recordsets(&recordsets)) && recordsets == nullptr);
 }
 
 void CheckRecords(const std::wstring& folder) {
@@ -155,6 +230,9 @@ void CheckRecords(const std::wstring& folder) {
   Check("arrays are of the published type", type == VT_I2);
   SafeArrayDestroy(fields);
   CheckArrays(layout.get());
+  CheckLockedInput(data.get(), layout.get());
+  CheckCounts(registry.get());
+  CheckFailedResults(data.get());
   Check("an abstract by name",
         !LastName(data.get(), 1).empty() && LastName(data.get(), 1)[0] != L'?');
   session->Disconnect();
@@ -203,13 +281,7 @@ class Stranger final : public IDispatch {
       }
     }
     inner.rgvarg = uncoated;
-    if (FAILED(raises) && exception != nullptr) {
-      *exception = EXCEPINFO{};
-      exception->scode = raises == DISP_E_EXCEPTION ? static_cast<HRESULT>(0x800A1267) : S_OK;
-      exception->bstrSource = SysAllocString(L"A stranger");
-      exception->bstrDescription = SysAllocString(L"not today");
-      return raises;
-    }
+    if (failure.outcome != S_OK) return Fail(exception);
     const HRESULT outcome =
         inner_->Invoke(member, id, locale, kinds, &inner, result, exception, wrong);
     if (SUCCEEDED(outcome) && result != nullptr && result->vt == VT_DISPATCH &&
@@ -221,15 +293,41 @@ class Stranger final : public IDispatch {
     return outcome;
   }
 
+  struct Failure {
+    HRESULT outcome;
+    SCODE code;
+    bool by_thread;  ///< it leaves its words as the thread's error information
+    HRESULT wanted;  ///< what our client sees
+  };
   static int calls;
-  static HRESULT raises;  ///< what calls fail with, where it is a failure
+  static Failure failure;  ///< what calls fail with, where it is one
 
  private:
+  static HRESULT Fail(EXCEPINFO* exception) {
+    Text source(L"A stranger");
+    Text description(L"not today");
+    if (failure.by_thread) {
+      Ref<ICreateErrorInfo> made;
+      CreateErrorInfo(made.place());
+      made->SetSource(source.get());
+      made->SetDescription(description.get());
+      Ref<IErrorInfo> information;
+      made->QueryInterface(__uuidof(IErrorInfo), reinterpret_cast<void**>(information.place()));
+      SetErrorInfo(0, information.get());
+    } else {
+      *exception = EXCEPINFO{};
+      exception->scode = failure.code;
+      std::swap(exception->bstrSource, *source.place());
+      std::swap(exception->bstrDescription, *description.place());
+    }
+    return failure.outcome;
+  }
+
   ULONG references_ = 1;
   IDispatch* inner_;
 };
 int Stranger::calls = 0;
-HRESULT Stranger::raises = S_OK;
+Stranger::Failure Stranger::failure{};
 
 void CheckStranger(const std::wstring& folder) {
   const auto session = Create<_QMConnection>(CLSID_QMConnection);
@@ -266,18 +364,24 @@ void CheckStranger(const std::wstring& folder) {
   Check("a stranger's errors come through",
         session->BeginTrans() == static_cast<HRESULT>(-2147168237));
   session->RollBackTrans();
-  // As the classes of script languages fail: either way.
-  for (const auto failure : {DISP_E_EXCEPTION, static_cast<HRESULT>(0x800A1267)}) {
-    Stranger::raises = failure;
+  constexpr auto kNotToday = static_cast<HRESULT>(0x800A1267);
+  const Stranger::Failure failures_of_others[] = {
+      {DISP_E_EXCEPTION, kNotToday, false, kNotToday},
+      {kNotToday, 0, false, kNotToday},
+      {kNotToday, 0, true, kNotToday},
+      {DISP_E_EXCEPTION, 70000, false, static_cast<HRESULT>(0x800A0033)},
+  };
+  for (const Stranger::Failure& failure : failures_of_others) {
+    Stranger::failure = failure;
     const HRESULT outcome = session->CommitTrans();
-    Stranger::raises = S_OK;
+    Stranger::failure = {};
     Ref<IErrorInfo> information;
     GetErrorInfo(0, information.place());
     Text source;
     Text description;
     if (information) information->GetSource(source.place());
     if (information) information->GetDescription(description.place());
-    Check("with their numbers and words", outcome == static_cast<HRESULT>(0x800A1267) &&
+    Check("with their numbers and words", outcome == failure.wanted &&
                                               source.wide() == L"A stranger" &&
                                               description.wide() == L"not today");
   }
@@ -334,12 +438,29 @@ void CheckAnotherCopy(const std::wstring& folder) {
 // --- Cycles and threads
 // -----------------------------------------------------------------------------
 
+// What is allocated in all heaps of the process.
 SIZE_T MemoryInUse() {
-  PROCESS_MEMORY_COUNTERS_EX counters{};
-  counters.cb = sizeof counters;
-  GetProcessMemoryInfo(GetCurrentProcess(), reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),
-                       sizeof counters);
-  return counters.PrivateUsage;
+  std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr));
+  GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
+  SIZE_T bytes = 0;
+  for (const HANDLE heap : heaps) {
+    HeapLock(heap);
+    PROCESS_HEAP_ENTRY entry{};
+    while (HeapWalk(heap, &entry) != FALSE) {
+      if ((entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0) bytes += entry.cbData;
+    }
+    HeapUnlock(heap);
+  }
+  return bytes;
+}
+
+void CheckThatLeaksAreSeen() {
+  constexpr std::size_t kLeaks = 1000;
+  std::vector<BSTR> leaks(kLeaks);
+  const SIZE_T before = MemoryInUse();
+  for (BSTR& leak : leaks) leak = SysAllocString(L"leak");
+  Check("leaks are seen", MemoryInUse() >= before + kLeaks * sizeof(L"leak"));
+  for (const BSTR leak : leaks) SysFreeString(leak);
 }
 
 void Cycle() {
@@ -363,6 +484,7 @@ void Cycle() {
 }
 
 void CheckCycles(int cycles) {
+  CheckThatLeaksAreSeen();
   for (int i = 0; i < 500; ++i) Cycle();
   SetErrorInfo(0, nullptr);
   const SIZE_T before = MemoryInUse();
