@@ -84,6 +84,10 @@ Set text = CreateObject("QMDataObjects2.Abstract")
 Raised "an abstract cannot be created", 429, "*", "*"
 session.LockAbstract "no number"
 Raised "text for a number", 13, "*", "*"
+session.LockAbstract Nothing
+Raised "nothing for a number", 91, "*", "*"
+session.CaseLockStatus Nothing
+Raised "nothing for a text", 91, "*", "*"
 session.Connect connect_text, 3, 100000, 5
 Raised "a number that is too large", 6, "*", "*"
 session.BeginTrans
@@ -97,6 +101,8 @@ session.PreserveRecordsets = False
 session.DataAccessType "SQL"
 session.User = "J" & Chr(252) & "rgen"
 Same "text outside ASCII", session.User, "J" & Chr(252) & "rgen"
+session.User = True
+Same "a truth as text", session.User, "True"
 session.User = "ADMIN"
 session.ApplicationName = "VELMORA"
 Same "the application's name", session.ApplicationName, "VELMORA"
@@ -127,6 +133,12 @@ layout.fieldvalue(index) = "scratch"
 Same "a value put by index", layout.fieldvalue(index), "scratch"
 layout.getTextFields fields
 Same "an array handed to a variable", UBound(fields), 20
+Dim held, before
+For Each before In Array(Array("a", "b"), Array(Null), Array(70000), Array(1, session))
+  held = before
+  layout.getTextFields held
+  Same "whatever the array held", UBound(held), 20
+Next
 layout.GetControlArrays names, numbers, unused(0), unused(1), unused(2), unused(3), unused(4), _
     unused(5), unused(6), unused(7), unused(8), unused(9), unused(10), unused(11), unused(12), _
     unused(13), unused(14), unused(15)
@@ -155,6 +167,9 @@ texts = Array()
 On Error Resume Next
 layout.GetMemoTextArray memo, texts
 Raised "no room for the texts", kBase + 1315, "QMObjects.NAACCRLayOut.GetMemoTextArray", "*"
+texts = Array(session)
+layout.CompressMemoText text, texts
+Raised "texts that are none", 13, "*", "*"
 On Error GoTo 0
 Same "what the failed call had changed is kept", memo, "lone" & Chr(2)
 
@@ -266,6 +281,11 @@ For Each field In fresh
   Same "a field is held by reference", field.FieldNumber & field.Default & field.Invisible, "400C509True"
 Next
 Same "saving stores nothing", data.SaveDisplay(fresh) + data.SaveDisplay(Nothing), 0
+fresh.Add item, ""
+fresh.Add item, ""
+Same "an empty key is none", fresh.Count, 3
+fresh.Remove 3
+fresh.Remove 2
 On Error Resume Next
 fresh.Add item, "SITE"
 Raised "a key used twice", 457, "*", "*"
@@ -309,6 +329,21 @@ Set tumor = data.GetTumor(, patient_id)
 buffer = data.CreateConsolidatedNAACCRBuffer(patient, tumor)
 Same "the consolidated buffer", Mid(buffer, layout.FieldStart(index), 6), "ZZTEST"
 Check "an identifier", data.BaseID("PatientID") > patient_id
+On Error Resume Next
+registry.Execute "UPDATE Patients SET LastName = 'ZZOTHER' WHERE PatientID = " & patient_id
+patient("LastName") = "ZZMINE"
+patient.Update
+Raised "a patient that somebody else changed", kBase + 1402, "QMObjects.Patient.Update", "*"
+patient.CancelUpdate
+registry.Execute "UPDATE Patients SET LastName = 'ZZTEST' WHERE PatientID = " & patient_id
+registry.Execute "UPDATE MedicalSum SET PrimarySite = 'C001' WHERE PatientID = " & patient_id
+tumor("PrimarySite") = "C002"
+tumor.Update
+Raised "a tumor that somebody else changed", kBase + 1502, "QMData.Tumor.Update", "*"
+tumor.CancelUpdate
+On Error GoTo 0
+Set patient = data.GetPatient(patient_id)
+Set tumor = data.GetTumor(, patient_id)
 On Error Resume Next
 Set table = patient.Recordset(99)
 Raised "a patient's table", kBase + 1206, "QMData.Patient.Recordset", " Array out-of-bounds."
@@ -375,11 +410,19 @@ rows.Properties("Preserve on Commit") = True
 Same "a dynamic property", rows.Properties("Preserve on Commit"), True
 rows.Open "SELECT LastName FROM Abstracts WHERE AbsRefID = 5001", registry, 3
 Same "opened by hand", rows(0), "ZZTEST"
+Same "a table by its name", registry.Execute("Abstracts", , 2).Fields(0).Name, registry.Execute("SELECT * FROM Abstracts").Fields(0).Name
+Set table = registry.CreateRecordset()
+table.Open "SELECT LastName FROM Abstracts WHERE AbsRefID = 5001", connect_text
+Check "over a connection of its own", table(0) = "ZZTEST" And Not table.ActiveConnection Is registry
+table.Close
+Set table = Nothing
 On Error Resume Next
 text = rows.Fields("NoSuchColumn")
 Raised "a column that is not there", 3265, "*", "*"
 rows.Open
 Raised "opening what is open", 3705, "*", "*"
+registry.Execute "Abstracts", , 4
+Raised "a procedure", 3001, "*", "*"
 rows.MoveNext
 text = rows.Fields(0)
 Raised "no row", 3021, "*", "*"
