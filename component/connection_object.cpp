@@ -12,7 +12,6 @@ namespace {
 // Of ADO's options for a command, its kind counts; the others are hints that the library does not
 // need.
 constexpr LONG kKinds = 0x1 | 0x2 | 0x4 | 0x8 | 0x100 | 0x200;
-constexpr LONG kCommandUnknown = 8;
 
 // 3001 for a stored procedure or a file.
 bool NamesTable(LONG options) {

@@ -13,6 +13,9 @@
 
 namespace qm::component {
 
+/// Of ADO's options for a command: as unspecified.
+inline constexpr LONG kCommandUnknown = 8;
+
 class ConnectionObject final
     : public AutomationObject<ConnectionObject, _Connection, &CLSID_Connection> {
  public:

@@ -1,5 +1,6 @@
 #include "component/recordset_object.h"
 
+#include "component/connection_object.h"
 #include "dataaccess/providers/automation/late_bound.h"
 
 namespace qm::component {
@@ -136,7 +137,7 @@ STDMETHODIMP RecordsetObject::Open(VARIANT Source, VARIANT ActiveConnection, LON
     }
     if (CursorType != kOptionsUnspecified) recordset_->SetCursorType(CursorType);
     if (LockType != kOptionsUnspecified) recordset_->SetLockType(LockType);
-    if (Options == kOptionsUnspecified) {
+    if (Options == kOptionsUnspecified || Options == kCommandUnknown) {
       recordset_->Open();
     } else {
       recordset_->OpenWithOptions(Options);

@@ -415,6 +415,11 @@ Set table = registry.CreateRecordset()
 table.Open "SELECT LastName FROM Abstracts WHERE AbsRefID = 5001", connect_text
 Check "over a connection of its own", table(0) = "ZZTEST" And Not table.ActiveConnection Is registry
 table.Close
+table.Open "Abstracts", registry, , , 2
+table.Close
+table.Open "Abstracts", registry, , , 8
+Same "an unknown kind is as it was", table.State, 1
+table.Close
 Set table = Nothing
 On Error Resume Next
 text = rows.Fields("NoSuchColumn")
