@@ -22,9 +22,10 @@ function(qm_options target)
 endfunction()
 
 # Where CMAKE_UNITY_BUILD reads several files as one, they are eight of one folder: the files of two
-# providers use the same names for different things.
+# providers use the same names for different things, as do kernels for different processors.
 function(qm_unity_groups)
   set(count 0)
+  list(FILTER ARGN EXCLUDE REGEX "_kernel")
   foreach(source IN LISTS ARGN)
     get_filename_component(folder ${source} DIRECTORY)
     string(MAKE_C_IDENTIFIER "${folder}" group)

@@ -26,8 +26,15 @@ class NativeObject {
   ModuleReference reference_;
 };
 
-inline constexpr IID kNativeInterface = {
-    0x9a3f0c52, 0x6a5e, 0x4b57, {0x8c, 0x1d, 0x0e, 0x55, 0xd3, 0x6c, 0x27, 0xb4}};
+/// It has another identifier in each copy of the component that a process loads: the objects of
+/// another copy are strangers.
+inline IID NativeInterface() {
+  IID id = {0x9a3f0c52, 0x6a5e, 0x4b57, {}};
+  HINSTANCE const module = OwnModule();
+  static_assert(sizeof module <= sizeof id.Data4);
+  memcpy(id.Data4, &module, sizeof module);
+  return id;
+}
 
 template <typename Self, typename Interface, const CLSID* kClass>
 class AutomationObject : public Interface,
@@ -43,7 +50,7 @@ class AutomationObject : public Interface,
       *object = static_cast<ISupportErrorInfo*>(this);
     } else if (id == __uuidof(IProvideClassInfo)) {
       *object = static_cast<IProvideClassInfo*>(this);
-    } else if (id == kNativeInterface) {
+    } else if (id == NativeInterface()) {
       *object = static_cast<NativeObject*>(this);
     } else {
       *object = nullptr;
@@ -124,7 +131,8 @@ Self* MakeObject(Arguments&&... arguments) {
 template <typename Self>
 Self* NativeOf(IUnknown* object) {
   void* found = nullptr;
-  if (object == nullptr || FAILED(object->QueryInterface(kNativeInterface, &found))) return nullptr;
+  if (object == nullptr || FAILED(object->QueryInterface(NativeInterface(), &found)))
+    return nullptr;
   object->Release();
   return dynamic_cast<Self*>(static_cast<NativeObject*>(found));
 }

@@ -1,66 +1,14 @@
 #include "component/bound_argument.h"
 
-#include <algorithm>
 #include <utility>
+
+#include "component/array_conversion.h"
+#include "component/client_variable.h"
+#include "component/values.h"
 
 namespace qm::component {
 
 namespace {
-
-LONG Elements(SAFEARRAY* array, LONG& lower) {
-  LONG upper = -1;
-  lower = 0;
-  if (array == nullptr || SafeArrayGetDim(array) != 1) return 0;
-  SafeArrayGetLBound(array, 1, &lower);
-  SafeArrayGetUBound(array, 1, &upper);
-  return upper - lower + 1;
-}
-
-HRESULT GetElement(SAFEARRAY* array, LONG index, PlatformVariant& element) {
-  VARTYPE type = VT_EMPTY;
-  HRESULT outcome = SafeArrayGetVartype(array, &type);
-  if (FAILED(outcome)) return outcome;
-  if (type == VT_VARIANT) return SafeArrayGetElement(array, &index, element.Receive());
-  // All scalar payloads share one place in the union.
-  outcome = SafeArrayGetElement(array, &index, &element.Receive()->llVal);
-  if (SUCCEEDED(outcome)) element.get().vt = type;
-  return outcome;
-}
-
-HRESULT PutElement(SAFEARRAY* array, VARTYPE type, LONG index, VARIANT& element) {
-  switch (type) {
-    case VT_VARIANT:
-      return SafeArrayPutElement(array, &index, &element);
-    case VT_BSTR:
-      return SafeArrayPutElement(array, &index, element.bstrVal);
-    default:
-      return SafeArrayPutElement(array, &index, &element.llVal);
-  }
-}
-
-// An array of another element type, with the same bounds.
-HRESULT ConvertArray(SAFEARRAY* from, VARTYPE type, LCID locale, SAFEARRAY** to) {
-  if (from != nullptr && SafeArrayGetDim(from) > 1) return DISP_E_TYPEMISMATCH;
-  LONG lower = 0;
-  const LONG count = Elements(from, lower);
-  SAFEARRAYBOUND bound{static_cast<ULONG>(count), lower};
-  *to = SafeArrayCreate(type, 1, &bound);
-  if (*to == nullptr) return E_OUTOFMEMORY;
-  HRESULT outcome = S_OK;
-  for (LONG i = lower; i < lower + count && SUCCEEDED(outcome); ++i) {
-    PlatformVariant element;
-    outcome = GetElement(from, i, element);
-    if (SUCCEEDED(outcome) && type != VT_VARIANT && element.get().vt != type) {
-      outcome = VariantChangeTypeEx(&element.get(), &element.get(), locale, 0, type);
-    }
-    if (SUCCEEDED(outcome)) outcome = PutElement(*to, type, i, element.get());
-  }
-  if (FAILED(outcome)) {
-    SafeArrayDestroy(*to);
-    *to = nullptr;
-  }
-  return outcome;
-}
 
 const VARIANT& Followed(const VARIANT& value) {
   return value.vt == (VT_BYREF | VT_VARIANT) ? Followed(*value.pvarVal) : value;
@@ -73,6 +21,14 @@ SAFEARRAY* ArrayIn(const VARIANT& value) {
 }
 
 }  // namespace
+
+// A fixed array cannot be destroyed.
+BoundArgument::~BoundArgument() {
+  const VARIANT& value = value_.get();
+  if ((value.vt & VT_ARRAY) != 0 && value.parray != nullptr) {
+    value.parray->fFeatures &= static_cast<USHORT>(~FADF_FIXEDSIZE);
+  }
+}
 
 HRESULT BoundArgument::Bind(VARIANT* given, LCID locale) {
   HRESULT outcome = S_OK;
@@ -91,8 +47,9 @@ HRESULT BoundArgument::Bind(VARIANT* given, LCID locale) {
   }
   if (FAILED(outcome)) return outcome;
   PointToValue();
-  if (parameter_->by_reference && !parameter_->array) {
-    outcome = VariantCopy(before_.Receive(), &value_.get());
+  if (parameter_->by_reference) outcome = VariantCopy(before_.Receive(), &value_.get());
+  if (parameter_->array && given_ != nullptr && IsFixed(ArrayIn(*given_))) {
+    value_.get().parray->fFeatures |= FADF_FIXEDSIZE;
   }
   return outcome;
 }
@@ -136,7 +93,10 @@ HRESULT BoundArgument::BindArray(const VARIANT& given, LCID locale) {
   }
   SAFEARRAY* typed = nullptr;
   if (array != nullptr) {
-    const HRESULT outcome = ConvertArray(array, parameter_->type, locale, &typed);
+    HRESULT outcome = ConvertArray(array, parameter_->type, locale, &typed);
+    if (FAILED(outcome) && parameter_->filled_only) {
+      outcome = MakeLike(array, parameter_->type, &typed);
+    }
     if (FAILED(outcome)) return outcome;
   }
   value_.Receive()->parray = typed;
@@ -147,10 +107,12 @@ HRESULT BoundArgument::BindArray(const VARIANT& given, LCID locale) {
 HRESULT BoundArgument::BindValue(const VARIANT& given, LCID locale) {
   VARIANT reference = Followed(given);
   const HRESULT outcome = VariantCopyInd(value_.Receive(), &reference);
-  if (FAILED(outcome) || parameter_->type == VT_VARIANT || value_.get().vt == parameter_->type) {
-    return outcome;
+  if (FAILED(outcome) || parameter_->type == VT_VARIANT) return outcome;
+  const VARIANT& value = value_.get();
+  if ((value.vt == VT_DISPATCH || value.vt == VT_UNKNOWN) && value.punkVal == nullptr) {
+    return ResultOf(kErrObjectNotSet);
   }
-  return VariantChangeTypeEx(&value_.get(), &value_.get(), locale, 0, parameter_->type);
+  return ChangeType(value_, parameter_->type, locale);
 }
 
 void BoundArgument::PointToValue() {
@@ -170,78 +132,33 @@ void BoundArgument::PointToValue() {
   passed_.byref = &value.llVal;
 }
 
-bool BoundArgument::IsUnchanged() const {
-  const VARIANT& value = value_.get();
-  const VARIANT& before = before_.get();
-  if (value.vt != before.vt) return false;
-  if (value.vt == VT_BSTR) {
-    const UINT size = SysStringByteLen(value.bstrVal);
-    return size == SysStringByteLen(before.bstrVal) &&
-           (size == 0 || memcmp(value.bstrVal, before.bstrVal, size) == 0);
+HRESULT BoundArgument::WriteArrayBack(VARIANT& target, LCID locale) {
+  SAFEARRAY* const array = value_.get().parray;
+  if (SAFEARRAY* const own = ArrayIn(target); IsFixed(own)) return CopyElements(array, own, locale);
+  const auto used = static_cast<VARTYPE>(target.vt & ~VT_BYREF);
+  const bool typed = (target.vt & VT_BYREF) != 0 || used == (VT_ARRAY | parameter_->type);
+  const auto element = static_cast<VARTYPE>(typed ? used & ~VT_ARRAY : VT_VARIANT);
+  SAFEARRAY* fresh = nullptr;
+  HRESULT outcome = ConvertArray(array, element, locale, &fresh);
+  if (FAILED(outcome)) return outcome;
+  if ((target.vt & VT_BYREF) == 0) {
+    outcome = VariantClear(&target);
+    target.vt = static_cast<VARTYPE>(VT_ARRAY | element);
+    target.parray = fresh;
+    return outcome;
   }
-  switch (value.vt) {
-    case VT_I2:
-    case VT_BOOL:
-      return value.iVal == before.iVal;
-    case VT_I4:
-      return value.lVal == before.lVal;
-    default:
-      return false;
-  }
+  return SafeArrayDestroy(std::exchange(*target.pparray, fresh));
 }
 
 // An object passed by reference is never replaced by the library.
 HRESULT BoundArgument::WriteBack(LCID locale) {
   if (!parameter_->by_reference || given_ == nullptr || (given_->vt & VT_BYREF) == 0 ||
-      parameter_->type == VT_DISPATCH || (!parameter_->array && IsUnchanged())) {
+      parameter_->type == VT_DISPATCH || AreEqual(value_.get(), before_.get())) {
     return S_OK;
   }
   VARIANT& target = given_->vt == (VT_BYREF | VT_VARIANT) ? *given_->pvarVal : *given_;
-  const auto used = static_cast<VARTYPE>(target.vt & ~VT_BYREF);
-  PlatformVariant form;
-  HRESULT outcome = S_OK;
-  if (parameter_->array) {
-    const bool as_variants = used != (VT_ARRAY | parameter_->type);
-    const VARTYPE element = as_variants ? VARTYPE{VT_VARIANT} : parameter_->type;
-    outcome = ConvertArray(value_.get().parray, element, locale, &form.get().parray);
-    form.get().vt = static_cast<VARTYPE>(SUCCEEDED(outcome) ? VT_ARRAY | element : VT_EMPTY);
-  } else if ((target.vt & VT_BYREF) != 0 && used != value_.get().vt) {
-    outcome = VariantChangeTypeEx(&form.get(), &value_.get(), locale, 0, used);
-  } else {
-    outcome = VariantCopy(&form.get(), &value_.get());
-  }
-  if (FAILED(outcome)) return outcome;
-  if ((target.vt & VT_BYREF) == 0) {
-    outcome = VariantClear(&target);  // refuses an array that the caller holds locked
-    if (SUCCEEDED(outcome)) target = form.Detach();
-    return outcome;
-  }
-  // A typed place: what it held goes, and the payload moves in.
-  VARIANT old{};
-  old.vt = used;
-  switch (used) {
-    case VT_BSTR:
-      old.bstrVal = std::exchange(*target.pbstrVal, form.get().bstrVal);
-      break;
-    case VT_BOOL:
-    case VT_I2:
-      *target.piVal = form.get().iVal;
-      break;
-    case VT_I4:
-      *target.plVal = form.get().lVal;
-      break;
-    case VT_R8:
-    case VT_DATE:
-      *target.pdblVal = form.get().dblVal;
-      break;
-    default:
-      if ((used & VT_ARRAY) == 0 || used != form.get().vt) return DISP_E_TYPEMISMATCH;
-      old.parray = std::exchange(*target.pparray, form.get().parray);
-      break;
-  }
-  form.get().vt = VT_EMPTY;
-  VariantClear(&old);
-  return S_OK;
+  return parameter_->array ? WriteArrayBack(target, locale)
+                           : Assign(target, std::move(value_), locale);
 }
 
 HRESULT BoundArgument::TakeResult(VARIANT* result) {

@@ -1,5 +1,7 @@
 // BoundArgument: one parameter of a late-bound call with its value, from the caller's variant and
-// back. `Bind`, then `Passed` for the call, then `WriteBack` once it returned.
+// back. `Bind`, then `Passed` for the call, then `WriteBack` once it returned. What the call left
+// as it was is not written back; an array that the caller has fixed or locked is fixed for the call
+// too, and its elements are changed in place.
 #pragma once
 
 #include "component/interface_table.h"
@@ -9,6 +11,9 @@ namespace qm::component {
 class BoundArgument {
  public:
   explicit BoundArgument(const Parameter& parameter) : parameter_(&parameter) {}
+  BoundArgument(BoundArgument&&) = default;
+  BoundArgument& operator=(BoundArgument&&) = delete;
+  ~BoundArgument();
 
   /// `given` is null for an omitted argument. DISP_E_PARAMNOTOPTIONAL, DISP_E_TYPEMISMATCH, …
   HRESULT Bind(VARIANT* given, LCID locale);
@@ -26,7 +31,7 @@ class BoundArgument {
   HRESULT BindValue(const VARIANT& given, LCID locale);
   void BindOmitted();
   void PointToValue();
-  bool IsUnchanged() const;
+  HRESULT WriteArrayBack(VARIANT& target, LCID locale);
 
   const Parameter* parameter_;
   VARIANT* given_ = nullptr;

@@ -2,7 +2,43 @@
 
 #include <qm/recordset.h>
 
+#include "component/client_variable.h"
+#include "dataaccess/data_error.h"
+
 namespace qm::component {
+
+namespace {
+
+// Of ADO's options for a command, its kind counts; the others are hints that the library does not
+// need.
+constexpr LONG kKinds = 0x1 | 0x2 | 0x4 | 0x8 | 0x100 | 0x200;
+
+// 3001 for a stored procedure or a file.
+bool NamesTable(LONG options) {
+  if (options == kOptionsUnspecified) return false;
+  switch (options & kKinds) {
+    case 0:
+    case kCommandText:
+    case kCommandUnknown:
+      return false;
+    case kCommandTable:
+    case kCommandTableDirect:
+      return true;
+    default:
+      RaiseData(kErrBadArgument, "options");
+  }
+}
+
+std::shared_ptr<Recordset> WholeTable(const std::shared_ptr<Connection>& connection,
+                                      std::string_view name) {
+  auto recordset = connection->CreateRecordset();
+  recordset->SetSource(name);
+  recordset->SetActiveConnection(connection);
+  recordset->OpenWithOptions(kCommandTable);
+  return recordset;
+}
+
+}  // namespace
 
 STDMETHODIMP ConnectionObject::get_ConnectionString(BSTR* result) {
   return Get(result, [&] { return connection_->ConnectionString(); });
@@ -57,19 +93,25 @@ STDMETHODIMP ConnectionObject::RollbackTrans() {
 STDMETHODIMP ConnectionObject::CreateRecordset(IDispatch** result) {
   return Get(result, [&] { return connection_->CreateRecordset(); });
 }
+// Of ADO, whose shape and error numbers these objects have.
+STDMETHODIMP ConnectionObject::get_Version(BSTR* result) {
+  return Get(result, [] { return std::string_view("2.5"); });
+}
 
-// The options are hints that the library does not need.
-STDMETHODIMP ConnectionObject::Execute(BSTR CommandText, VARIANT* RecordsAffected, LONG,
+STDMETHODIMP ConnectionObject::Execute(BSTR CommandText, VARIANT* RecordsAffected, LONG Options,
                                        IDispatch** result) {
   return Get(result, [&] {
     std::int64_t affected = 0;
-    auto recordset = connection_->Execute(Text(CommandText), &affected);
+    auto recordset = NamesTable(Options) ? WholeTable(connection_, Text(CommandText))
+                                         : connection_->Execute(Text(CommandText), &affected);
     if (RecordsAffected != nullptr) {
       LONG count = 0;
       HandOut(affected, &count);
-      VariantClear(RecordsAffected);
-      RecordsAffected->lVal = count;
-      RecordsAffected->vt = VT_I4;
+      const HRESULT assigned = Assign(
+          *RecordsAffected, PlatformVariant(Variant(std::int32_t{count})), LOCALE_USER_DEFAULT);
+      if (FAILED(assigned)) {
+        RaiseRunTime(assigned == DISP_E_OVERFLOW ? kErrOverflow : kErrTypeMismatch);
+      }
     }
     return recordset;
   });

@@ -13,6 +13,9 @@
 
 namespace qm::component {
 
+/// Of ADO's options for a command: as unspecified.
+inline constexpr LONG kCommandUnknown = 8;
+
 class ConnectionObject final
     : public AutomationObject<ConnectionObject, _Connection, &CLSID_Connection> {
  public:
@@ -41,6 +44,7 @@ class ConnectionObject final
   STDMETHODIMP CommitTrans() override;
   STDMETHODIMP RollbackTrans() override;
   STDMETHODIMP CreateRecordset(IDispatch** result) override;
+  STDMETHODIMP get_Version(BSTR* result) override;
 
  private:
   std::shared_ptr<Connection> connection_;

@@ -39,7 +39,7 @@ STDMETHODIMP DisplayObject::putref_Item(short Index, _DisplayField* newval) {
 STDMETHODIMP DisplayObject::Add(_DisplayField* objDisplayField, BSTR strKey) {
   return Do([&] {
     std::optional<std::string> key;
-    if (strKey != nullptr) key = Text(strKey);
+    if (SysStringLen(strKey) != 0) key = Text(strKey);
     display_.Add(FieldIn(objDisplayField), key);
     fields_.emplace_back(objDisplayField);
   });

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <new>
-#include <string_view>
 
 #include "component/class_table.h"
 #include "component/guard.h"
@@ -83,9 +82,10 @@ STDAPI DllUnregisterServer() { return Unregister(RegistrationScope::kMachine); }
 
 // `regsvr32 /n /i:user` registers for the user alone.
 STDAPI DllInstall(BOOL install, LPCWSTR scope_name) {
-  const std::wstring_view name = scope_name == nullptr ? L"" : scope_name;
-  if (!name.empty() && name != L"user") return E_INVALIDARG;
-  const auto scope = name.empty() ? RegistrationScope::kMachine : RegistrationScope::kUser;
+  const wchar_t* const name = scope_name == nullptr ? L"" : scope_name;
+  const bool user = CompareStringOrdinal(name, -1, L"user", -1, TRUE) == CSTR_EQUAL;
+  if (!user && *name != L'\0') return E_INVALIDARG;
+  const auto scope = user ? RegistrationScope::kUser : RegistrationScope::kMachine;
   return install != FALSE ? Register(scope) : Unregister(scope);
 }
 

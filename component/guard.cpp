@@ -31,8 +31,9 @@ void SetErrorInformation(REFIID interface_id, std::string_view source,
 
 HRESULT ResultOf(std::int32_t number) noexcept {
   if (number < 0) return number;
-  const auto code = static_cast<std::uint32_t>(number == 0 ? kErrInternal : number) & 0xFFFFU;
-  return static_cast<HRESULT>(0x800A0000U | code);
+  // No failure has such a number.
+  if (number == 0 || number > 0xFFFF) number = kErrInternal;
+  return static_cast<HRESULT>(0x800A0000U | static_cast<std::uint32_t>(number));
 }
 
 HRESULT ReportCurrentException(REFIID interface_id) noexcept {

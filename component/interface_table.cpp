@@ -6,6 +6,7 @@
 #include <new>
 #include <utility>
 
+#include "component/interfaces.h"
 #include "component/module.h"
 
 namespace qm::component {
@@ -93,6 +94,17 @@ Parameter DescribeParameter(ITypeInfo* info, const ELEMDESC& element) {
   return parameter;
 }
 
+// Which members of an interface only fill their arrays: the type library does not tell, since
+// clients pass every array by reference both ways.
+bool OnlyFillsArrays(REFIID id, DISPID member) {
+  constexpr DISPID kGetTextFields = 43;
+  constexpr DISPID kGetControlArrays = 44;
+  constexpr DISPID kGetTextFromNAACCRRec = 51;
+  return id == __uuidof(_NAACCRLayout) &&
+         (member == kGetTextFields || member == kGetControlArrays ||
+          member == kGetTextFromNAACCRRec);
+}
+
 Member DescribeMember(ITypeInfo* info, const FUNCDESC& function, std::size_t slot) {
   Member member;
   member.id = function.memid;
@@ -125,7 +137,11 @@ HRESULT ReadTable(REFIID id, InterfaceTable& table) {
     FUNCDESC* function = nullptr;
     outcome = direct->GetFuncDesc(i, &function);
     if (FAILED(outcome)) return outcome;
-    table.members.push_back(DescribeMember(direct.get(), *function, kInheritedSlots + i));
+    Member& member =
+        table.members.emplace_back(DescribeMember(direct.get(), *function, kInheritedSlots + i));
+    for (Parameter& parameter : member.parameters) {
+      parameter.filled_only = parameter.array && OnlyFillsArrays(id, member.id);
+    }
     direct->ReleaseFuncDesc(function);
   }
   return S_OK;
@@ -170,9 +186,14 @@ HRESULT FindInterfaceTable(REFIID id, const InterfaceTable** table) {
 }
 
 HRESULT FindClassInfo(REFCLSID id, ITypeInfo** info) {
-  ComPointer<ITypeLib> library;
-  const HRESULT outcome = LoadOwnTypeLibrary(library.Receive());
-  return FAILED(outcome) ? outcome : library->GetTypeInfoOfGuid(id, info);
+  *info = nullptr;
+  try {
+    ComPointer<ITypeLib> library;
+    const HRESULT outcome = LoadOwnTypeLibrary(library.Receive());
+    return FAILED(outcome) ? outcome : library->GetTypeInfoOfGuid(id, info);
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
 }
 
 }  // namespace qm::component

@@ -14,6 +14,7 @@ struct Parameter {
   bool array = false;
   bool by_reference = false;
   bool optional = false;
+  bool filled_only = false;     ///< an array whose elements before the call do not matter
   IID interface_id = IID_NULL;  ///< that an object must have
   PlatformVariant default_value;
 };

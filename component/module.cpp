@@ -65,6 +65,7 @@ void BeginThreadUse() {
 }  // namespace
 
 void SetModule(HINSTANCE module) { own_module = module; }
+HINSTANCE OwnModule() { return own_module; }
 
 std::wstring ModulePath() {
   std::wstring path(32768, L'\0');

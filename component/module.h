@@ -14,6 +14,7 @@
 namespace qm::component {
 
 void SetModule(HINSTANCE module);
+HINSTANCE OwnModule();
 /// The full path of the component's file.
 std::wstring ModulePath();
 HRESULT LoadOwnTypeLibrary(ITypeLib** library);

@@ -4,21 +4,23 @@
 
 namespace qm::component {
 
-void HandOutRecordsets(const std::vector<std::shared_ptr<Recordset>>& recordsets,
-                       SAFEARRAY** result) {
-  RequireNotNull(result);
+SAFEARRAY* ArrayOf(const std::vector<std::shared_ptr<Recordset>>& recordsets) {
   SAFEARRAYBOUND bound{static_cast<ULONG>(recordsets.size()), 1};
-  SAFEARRAY* const array = SafeArrayCreate(VT_VARIANT, 1, &bound);
-  if (array == nullptr) throw std::bad_alloc();
+  PlatformVariant array;
+  array.get().parray = SafeArrayCreate(VT_VARIANT, 1, &bound);
+  if (array.get().parray == nullptr) throw std::bad_alloc();
+  array.get().vt = VT_ARRAY | VT_VARIANT;
   LONG table = 0;
   for (const auto& recordset : recordsets) {
     PlatformVariant element;
     element.get().pdispVal = ObjectFor(recordset);
     element.get().vt = VT_DISPATCH;
     ++table;
-    SafeArrayPutElement(array, &table, &element.get());
+    if (FAILED(SafeArrayPutElement(array.get().parray, &table, &element.get()))) {
+      throw std::bad_alloc();
+    }
   }
-  *result = array;
+  return array.Detach().parray;
 }
 
 }  // namespace qm::component

@@ -13,9 +13,8 @@
 
 namespace qm::component {
 
-/// All recordsets of a record, counted from 1.
-void HandOutRecordsets(const std::vector<std::shared_ptr<Recordset>>& recordsets,
-                       SAFEARRAY** result);
+/// The objects of a record's recordsets, counted from 1.
+SAFEARRAY* ArrayOf(const std::vector<std::shared_ptr<Recordset>>& recordsets);
 
 template <typename Self, typename Interface, const CLSID* kClass, typename RecordClass>
 class RecordObject : public AutomationObject<Self, Interface, kClass> {
@@ -46,7 +45,7 @@ class RecordObject : public AutomationObject<Self, Interface, kClass> {
     return this->Get(result, [&] { return record_.Recordset(Index); });
   }
   STDMETHODIMP Recordsets(SAFEARRAY** result) override {
-    return this->Do([&] { HandOutRecordsets(record_.Recordsets(), result); });
+    return this->Get(result, [&] { return ArrayOf(record_.Recordsets()); });
   }
   STDMETHODIMP get_FieldTableNo(short* Index, short* result) override {
     return this->Get(result, [&] { return record_.FieldTableNo(At(Index)); });
@@ -89,9 +88,10 @@ class RecordObject : public AutomationObject<Self, Interface, kClass> {
   }
   // One element for each table, counted from 1.
   STDMETHODIMP get_BookMark(VARIANT* result) override {
-    return this->Do([&] {
-      RequireNotNull(result);
-      *result = ToPlatform(record_.BookMark(), 1);
+    return this->Get(result, [&] {
+      PlatformVariant mark;
+      *mark.Receive() = ToPlatform(record_.BookMark(), 1);
+      return mark;
     });
   }
   STDMETHODIMP put_BookMark(VARIANT newval) override {

@@ -5,6 +5,7 @@
 #include "component/enumerator.h"
 #include "component/recordset_object.h"
 #include "dataaccess/data_error.h"
+#include "runtime/text.h"
 
 namespace qm::component {
 
@@ -37,20 +38,8 @@ class FieldsObject final : public AutomationObject<FieldsObject, _Fields, &CLSID
  public:
   explicit FieldsObject(std::shared_ptr<Recordset> recordset) : recordset_(std::move(recordset)) {}
 
-  // By name, or by position counted from 0.
   STDMETHODIMP get_Item(VARIANT Index, _Field** result) override {
-    return Get(result, [&] {
-      const Variant index = Value(Index);
-      int ordinal = 0;
-      if (const auto* name = index.GetIf<std::string>()) {
-        ordinal = recordset_->FieldOrdinal(*name);
-        if (ordinal < 0) RaiseData(kErrNoSuchItem, *name);
-      } else {
-        ordinal = ToInt32(index);
-        recordset_->FieldName(ordinal);  // refuses what is outside
-      }
-      return MakeObject<FieldObject>(recordset_, ordinal);
-    });
+    return Get(result, [&] { return Element(OrdinalOf(*recordset_, Value(Index))); });
   }
   STDMETHODIMP get_Count(LONG* result) override {
     return Get(result, [&] { return std::int32_t{recordset_->FieldCount()}; });
@@ -60,14 +49,25 @@ class FieldsObject final : public AutomationObject<FieldsObject, _Fields, &CLSID
       std::vector<PlatformVariant> fields;
       fields.reserve(static_cast<std::size_t>(recordset_->FieldCount()));
       for (int i = 0; i < recordset_->FieldCount(); ++i) {
-        fields.push_back(Holding(MakeObject<FieldObject>(recordset_, i)));
+        fields.push_back(PlatformVariant::Object(Element(i).get()));
       }
       return MakeEnumerator(std::move(fields));
     });
   }
+  STDMETHODIMP Refresh() override { return S_OK; }
 
  private:
+  // One object a position.
+  ComPointer<_Field> Element(int ordinal) {
+    const auto position = static_cast<std::size_t>(ordinal);
+    if (position >= fields_.size()) fields_.resize(position + 1);
+    auto& field = fields_[position];
+    if (!field) field = ComPointer<_Field>::Taking(MakeObject<FieldObject>(recordset_, ordinal));
+    return field;
+  }
+
   std::shared_ptr<Recordset> recordset_;
+  std::vector<ComPointer<_Field>> fields_;
 };
 
 class PropertyObject final : public AutomationObject<PropertyObject, _Property, &CLSID_Property> {
@@ -97,21 +97,7 @@ class PropertiesObject final
       : recordset_(std::move(recordset)) {}
 
   STDMETHODIMP get_Item(VARIANT Index, _Property** result) override {
-    return Get(result, [&] {
-      const Variant index = Value(Index);
-      std::string name;
-      if (const auto* given = index.GetIf<std::string>()) {
-        name = *given;
-      } else {
-        const std::int32_t position = ToInt32(index);
-        if (position < 0 || position >= static_cast<std::int32_t>(kProperties.size())) {
-          RaiseData(kErrNoSuchItem);
-        }
-        name = kProperties[static_cast<std::size_t>(position)];
-      }
-      static_cast<void>(recordset_->Property(name));  // refuses an unknown one
-      return MakeObject<PropertyObject>(recordset_, std::move(name));
-    });
+    return Get(result, [&] { return Element(PositionOf(Value(Index))); });
   }
   STDMETHODIMP get_Count(LONG* result) override {
     return Get(result, [&] { return static_cast<std::int32_t>(kProperties.size()); });
@@ -120,25 +106,61 @@ class PropertiesObject final
     return Get(result, [&] {
       std::vector<PlatformVariant> properties;
       properties.reserve(kProperties.size());
-      for (const std::string_view name : kProperties) {
-        properties.push_back(Holding(MakeObject<PropertyObject>(recordset_, std::string(name))));
+      for (std::size_t i = 0; i < kProperties.size(); ++i) {
+        properties.push_back(PlatformVariant::Object(Element(i).get()));
       }
       return MakeEnumerator(std::move(properties));
     });
   }
+  STDMETHODIMP Refresh() override { return S_OK; }
 
  private:
+  static std::size_t PositionOf(const Variant& index) {
+    if (const auto* name = index.GetIf<std::string>()) {
+      for (std::size_t i = 0; i < kProperties.size(); ++i) {
+        if (EqualsIgnoreCase(kProperties[i], *name)) return i;
+      }
+      RaiseData(kErrNoSuchItem, *name);
+    }
+    const std::int32_t position = ToInt32(index);
+    if (position < 0 || position >= static_cast<std::int32_t>(kProperties.size())) {
+      RaiseData(kErrNoSuchItem);
+    }
+    return static_cast<std::size_t>(position);
+  }
+
+  ComPointer<_Property> Element(std::size_t position) {
+    auto& property = properties_[position];
+    if (!property) {
+      property = ComPointer<_Property>::Taking(
+          MakeObject<PropertyObject>(recordset_, std::string(kProperties[position])));
+    }
+    return property;
+  }
+
   std::shared_ptr<Recordset> recordset_;
+  std::array<ComPointer<_Property>, kProperties.size()> properties_;
 };
 
 }  // namespace
 
-_Fields* MakeFields(std::shared_ptr<Recordset> recordset) {
-  return MakeObject<FieldsObject>(std::move(recordset));
+int OrdinalOf(const Recordset& recordset, const Variant& index) {
+  if (const auto* name = index.GetIf<std::string>()) {
+    const int ordinal = recordset.FieldOrdinal(*name);
+    if (ordinal < 0) RaiseData(kErrNoSuchItem, *name);
+    return ordinal;
+  }
+  const int ordinal = ToInt32(index);
+  recordset.FieldName(ordinal);  // refuses what is outside
+  return ordinal;
 }
 
-_Properties* MakeProperties(std::shared_ptr<Recordset> recordset) {
-  return MakeObject<PropertiesObject>(std::move(recordset));
+ComPointer<_Fields> MakeFields(std::shared_ptr<Recordset> recordset) {
+  return ComPointer<_Fields>::Taking(MakeObject<FieldsObject>(std::move(recordset)));
+}
+
+ComPointer<_Properties> MakeProperties(std::shared_ptr<Recordset> recordset) {
+  return ComPointer<_Properties>::Taking(MakeObject<PropertiesObject>(std::move(recordset)));
 }
 
 }  // namespace qm::component

@@ -1,15 +1,23 @@
 #include "component/recordset_object.h"
 
+#include "component/connection_object.h"
 #include "dataaccess/providers/automation/late_bound.h"
 
 namespace qm::component {
 
 namespace {
 
-// A connection in a variant: an object, or Nothing.
-std::shared_ptr<Connection> ConnectionInVariant(const VARIANT& value) {
+// A connection in a variant: an object, Nothing, or the text to open one of its own with.
+std::shared_ptr<Connection> ConnectionInVariant(const VARIANT& given) {
+  const VARIANT& value = given.vt == (VT_BYREF | VT_VARIANT) ? *given.pvarVal : given;
+  const auto type = static_cast<VARTYPE>(value.vt & ~VT_BYREF);
+  if (type == VT_BSTR) {
+    auto connection = Connection::Create();
+    connection->Open(ToText(Value(value)));
+    return connection;
+  }
   const auto object = ObjectIn(value);
-  if (!object && value.vt != VT_DISPATCH) RaiseRunTime(kErrTypeMismatch);
+  if (!object && type != VT_DISPATCH) RaiseRunTime(kErrTypeMismatch);
   return ConnectionIn(object.get());
 }
 
@@ -96,21 +104,21 @@ STDMETHODIMP RecordsetObject::Seek(VARIANT KeyValues, LONG SeekOption) {
 STDMETHODIMP RecordsetObject::Supports(LONG CursorOptions, VARIANT_BOOL* result) {
   return Get(result, [&] { return recordset_->Supports(CursorOptions); });
 }
-STDMETHODIMP RecordsetObject::AddNew() {
-  return Do([&] { recordset_->AddNew(); });
-}
-STDMETHODIMP RecordsetObject::Update() {
-  return Do([&] { recordset_->Update(); });
-}
 STDMETHODIMP RecordsetObject::CancelUpdate() {
   return Do([&] { recordset_->CancelUpdate(); });
 }
 
 STDMETHODIMP RecordsetObject::get_Fields(_Fields** result) {
-  return Get(result, [&] { return MakeFields(recordset_); });
+  return Get(result, [&] {
+    if (!fields_) fields_ = MakeFields(recordset_);
+    return fields_;
+  });
 }
 STDMETHODIMP RecordsetObject::get_Properties(_Properties** result) {
-  return Get(result, [&] { return MakeProperties(recordset_); });
+  return Get(result, [&] {
+    if (!properties_) properties_ = MakeProperties(recordset_);
+    return properties_;
+  });
 }
 STDMETHODIMP RecordsetObject::put_ActiveConnection(VARIANT newval) {
   return Do([&] { recordset_->SetActiveConnection(ConnectionInVariant(newval)); });
@@ -129,7 +137,7 @@ STDMETHODIMP RecordsetObject::Open(VARIANT Source, VARIANT ActiveConnection, LON
     }
     if (CursorType != kOptionsUnspecified) recordset_->SetCursorType(CursorType);
     if (LockType != kOptionsUnspecified) recordset_->SetLockType(LockType);
-    if (Options == kOptionsUnspecified) {
+    if (Options == kOptionsUnspecified || Options == kCommandUnknown) {
       recordset_->Open();
     } else {
       recordset_->OpenWithOptions(Options);

@@ -57,16 +57,25 @@ class RecordsetObject final
   STDMETHODIMP Find(BSTR Criteria, LONG SkipRecords, LONG SearchDirection, VARIANT Start) override;
   STDMETHODIMP Seek(VARIANT KeyValues, LONG SeekOption) override;
   STDMETHODIMP Supports(LONG CursorOptions, VARIANT_BOOL* result) override;
-  STDMETHODIMP AddNew() override;
-  STDMETHODIMP Update() override;
+  STDMETHODIMP AddNew(VARIANT FieldList, VARIANT Values) override;
+  STDMETHODIMP Update(VARIANT Fields, VARIANT Values) override;
   STDMETHODIMP CancelUpdate() override;
+  STDMETHODIMP Move(LONG NumRecords, VARIANT Start) override;
+  STDMETHODIMP GetRows(LONG Rows, VARIANT Start, VARIANT Fields, VARIANT* result) override;
+  STDMETHODIMP GetString(LONG StringFormat, LONG NumRows, VARIANT ColumnDelimiter,
+                         VARIANT RowDelimiter, VARIANT NullExpr, BSTR* result) override;
 
  private:
   std::shared_ptr<Recordset> recordset_;
+  // Made at the first reading.
+  ComPointer<_Fields> fields_;
+  ComPointer<_Properties> properties_;
 };
 
-/// The collections of a recordset; each reading makes a new one.
-_Fields* MakeFields(std::shared_ptr<Recordset> recordset);
-_Properties* MakeProperties(std::shared_ptr<Recordset> recordset);
+/// A column by name, or by position counted from 0; 3265 where there is none.
+int OrdinalOf(const Recordset& recordset, const Variant& index);
+
+ComPointer<_Fields> MakeFields(std::shared_ptr<Recordset> recordset);
+ComPointer<_Properties> MakeProperties(std::shared_ptr<Recordset> recordset);
 
 }  // namespace qm::component

@@ -14,11 +14,6 @@ SAFEARRAY* MakeArray(VARTYPE type, std::size_t size) {
 
 constexpr std::int32_t kErrArrayFixed = 10;
 
-bool IsFixed(SAFEARRAY* array) {
-  return array != nullptr &&
-         (array->cLocks != 0 || (array->fFeatures & (FADF_FIXEDSIZE | FADF_STATIC)) != 0);
-}
-
 bool Covers(SAFEARRAY* array, VARTYPE type, std::size_t size) {
   VARTYPE own = VT_EMPTY;
   LONG lower = 0;
@@ -49,6 +44,11 @@ void PutText(SAFEARRAY* array, LONG i, const std::string& text) {
 }
 
 }  // namespace
+
+bool IsFixed(SAFEARRAY* array) {
+  return array != nullptr &&
+         (array->cLocks != 0 || (array->fFeatures & (FADF_FIXEDSIZE | FADF_STATIC)) != 0);
+}
 
 void Rewrite(BSTR* place, std::string_view text) {
   BSTR const fresh = MakeBstr(text);

@@ -74,12 +74,18 @@ void HandOut(Object* object, Interface** result) {
   *result = object;
 }
 
+template <typename Interface>
+void HandOut(ComPointer<Interface> object, Interface** result) {
+  *result = object.Detach();
+}
+
 /// Replaces a client's text.
 void Rewrite(BSTR* place, std::string_view text);
 
 // Arrays of the client's: read with their elements at their own subscripts (a lower bound above 0
 // leaves empty elements) and put back into those; handed out from subscript 0 as new arrays, or in
 // place into a fixed or locked one that has room: 10 where it has none.
+bool IsFixed(SAFEARRAY* array);
 std::vector<std::string> Texts(SAFEARRAY* const* array);
 void PutBack(const std::vector<std::string>& texts, SAFEARRAY* const* array);
 void HandOut(const std::vector<std::string>& values, SAFEARRAY** array);

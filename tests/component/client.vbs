@@ -74,6 +74,8 @@ Set session.Track = registry
 Raised "Track takes no reference assignment", 438, "*", "*"
 session.Registry = registry
 Raised "Registry takes no plain assignment", 438, "*", "*"
+Set session.Registry = session
+Raised "an object of another class is no connection", 13, "*", "*"
 text = session.PreserveRecordsets
 Raised "PreserveRecordsets cannot be read", 438, "*", "*"
 text = session.NoSuchMember
@@ -82,6 +84,10 @@ Set text = CreateObject("QMDataObjects2.Abstract")
 Raised "an abstract cannot be created", 429, "*", "*"
 session.LockAbstract "no number"
 Raised "text for a number", 13, "*", "*"
+session.LockAbstract Nothing
+Raised "nothing for a number", 91, "*", "*"
+session.CaseLockStatus Nothing
+Raised "nothing for a text", 91, "*", "*"
 session.Connect connect_text, 3, 100000, 5
 Raised "a number that is too large", 6, "*", "*"
 session.BeginTrans
@@ -95,6 +101,8 @@ session.PreserveRecordsets = False
 session.DataAccessType "SQL"
 session.User = "J" & Chr(252) & "rgen"
 Same "text outside ASCII", session.User, "J" & Chr(252) & "rgen"
+session.User = True
+Same "a truth as text", session.User, "True"
 session.User = "ADMIN"
 session.ApplicationName = "VELMORA"
 Same "the application's name", session.ApplicationName, "VELMORA"
@@ -125,6 +133,12 @@ layout.fieldvalue(index) = "scratch"
 Same "a value put by index", layout.fieldvalue(index), "scratch"
 layout.getTextFields fields
 Same "an array handed to a variable", UBound(fields), 20
+Dim held, before
+For Each before In Array(Array("a", "b"), Array(Null), Array(70000), Array(1, session))
+  held = before
+  layout.getTextFields held
+  Same "whatever the array held", UBound(held), 20
+Next
 layout.GetControlArrays names, numbers, unused(0), unused(1), unused(2), unused(3), unused(4), _
     unused(5), unused(6), unused(7), unused(8), unused(9), unused(10), unused(11), unused(12), _
     unused(13), unused(14), unused(15)
@@ -148,6 +162,16 @@ Check "the memo came back", InStr(memo, "one" & Chr(2)) > 0 And Len(memo) = 3 + 
 memo = "lone"
 Same "unpacking a short memo", layout.GetMemoTextArray(memo, texts), -1
 Check "the memo was extended", Right(memo, 1) = Chr(2)
+memo = "lone"
+texts = Array()
+On Error Resume Next
+layout.GetMemoTextArray memo, texts
+Raised "no room for the texts", kBase + 1315, "QMObjects.NAACCRLayOut.GetMemoTextArray", "*"
+texts = Array(session)
+layout.CompressMemoText text, texts
+Raised "texts that are none", 13, "*", "*"
+On Error GoTo 0
+Same "what the failed call had changed is kept", memo, "lone" & Chr(2)
 
 ' --- Abstracts: add, read, move, edit, save --------------------------------------------------------
 Dim record, abs_record, key, added
@@ -228,6 +252,8 @@ Check "tables are locked", session.TablesLocked(list)
 Same "and the client's text is trimmed", list, "ABSPAT"
 Check "once", Not session.TablesLocked(list, "in use")
 Check "and unlocked", session.TablesUnlocked("ABSPAT")
+Check "a message is anything that is passed", session.UnLockAbstract(key, Array(1, Nothing)) And _
+    session.UnlockCase("1", Nothing, data)
 On Error Resume Next
 session.TablesUnlocked "XXX"
 Raised "an unknown table", 3021, "*", "*"
@@ -255,6 +281,11 @@ For Each field In fresh
   Same "a field is held by reference", field.FieldNumber & field.Default & field.Invisible, "400C509True"
 Next
 Same "saving stores nothing", data.SaveDisplay(fresh) + data.SaveDisplay(Nothing), 0
+fresh.Add item, ""
+fresh.Add item, ""
+Same "an empty key is none", fresh.Count, 3
+fresh.Remove 3
+fresh.Remove 2
 On Error Resume Next
 fresh.Add item, "SITE"
 Raised "a key used twice", 457, "*", "*"
@@ -298,6 +329,21 @@ Set tumor = data.GetTumor(, patient_id)
 buffer = data.CreateConsolidatedNAACCRBuffer(patient, tumor)
 Same "the consolidated buffer", Mid(buffer, layout.FieldStart(index), 6), "ZZTEST"
 Check "an identifier", data.BaseID("PatientID") > patient_id
+On Error Resume Next
+registry.Execute "UPDATE Patients SET LastName = 'ZZOTHER' WHERE PatientID = " & patient_id
+patient("LastName") = "ZZMINE"
+patient.Update
+Raised "a patient that somebody else changed", kBase + 1402, "QMObjects.Patient.Update", "*"
+patient.CancelUpdate
+registry.Execute "UPDATE Patients SET LastName = 'ZZTEST' WHERE PatientID = " & patient_id
+registry.Execute "UPDATE MedicalSum SET PrimarySite = 'C001' WHERE PatientID = " & patient_id
+tumor("PrimarySite") = "C002"
+tumor.Update
+Raised "a tumor that somebody else changed", kBase + 1502, "QMData.Tumor.Update", "*"
+tumor.CancelUpdate
+On Error GoTo 0
+Set patient = data.GetPatient(patient_id)
+Set tumor = data.GetTumor(, patient_id)
 On Error Resume Next
 Set table = patient.Recordset(99)
 Raised "a patient's table", kBase + 1206, "QMData.Patient.Recordset", " Array out-of-bounds."
@@ -349,6 +395,13 @@ rows.Update
 rows.MoveFirst
 rows.Bookmark = mark
 Same "an edit through the default members", rows.Fields("LastName").Value, "ZZOTHER"
+Check "one object a collection and an element", rows.Fields Is rows.Fields And _
+    rows.Fields("LastName") Is rows.Fields(1) And rows.Properties Is rows.Properties And _
+    rows.Properties(0) Is rows.Properties("preserve on commit")
+On Error Resume Next
+rows.Fields = 1
+Raised "the fields take no value", 438, "*", "*"
+On Error GoTo 0
 rows.Close
 Set rows = registry.Execute("UPDATE Abstracts SET LastName = 'ZZTEST' WHERE AbsRefID = 5001", affected)
 Same "rows changed", affected & rows.State, "10"
@@ -357,17 +410,77 @@ rows.Properties("Preserve on Commit") = True
 Same "a dynamic property", rows.Properties("Preserve on Commit"), True
 rows.Open "SELECT LastName FROM Abstracts WHERE AbsRefID = 5001", registry, 3
 Same "opened by hand", rows(0), "ZZTEST"
+Same "a table by its name", registry.Execute("Abstracts", , 2).Fields(0).Name, registry.Execute("SELECT * FROM Abstracts").Fields(0).Name
+Set table = registry.CreateRecordset()
+table.Open "SELECT LastName FROM Abstracts WHERE AbsRefID = 5001", connect_text
+Check "over a connection of its own", table(0) = "ZZTEST" And Not table.ActiveConnection Is registry
+table.Close
+table.Open "Abstracts", registry, , , 2
+table.Close
+table.Open "Abstracts", registry, , , 8
+Same "an unknown kind is as it was", table.State, 1
+table.Close
+Set table = Nothing
 On Error Resume Next
 text = rows.Fields("NoSuchColumn")
 Raised "a column that is not there", 3265, "*", "*"
 rows.Open
 Raised "opening what is open", 3705, "*", "*"
+registry.Execute "Abstracts", , 4
+Raised "a procedure", 3001, "*", "*"
 rows.MoveNext
 text = rows.Fields(0)
 Raised "no row", 3021, "*", "*"
 Set rows = registry.Execute("SELECT * FROM NoSuchTable")
 Raised "a table that is not there", -2147217865, "*", "*"
 On Error GoTo 0
+
+' --- Several rows and values in one call -----------------------------------------------------------
+Dim grid
+Same "the version of ADO whose shape it is", registry.Version, "2.5"
+registry.Execute "CREATE TABLE Notes (ID INTEGER PRIMARY KEY, Words TEXT, Size INTEGER)"
+Set rows = registry.CreateRecordset()
+rows.Open "SELECT ID, Words, Size FROM Notes ORDER BY ID", registry, 1, 3
+rows.AddNew Array("ID", "Words"), Array(1, "one")
+Same "a row added with its values is written", rows.EditMode, 0
+rows.AddNew Array(0, 1, 2), Array(2, "two", 22)
+rows.AddNew "ID", 3
+rows.Update "Words", "three"
+rows.Update Array("Words", "Size"), Array("drei", 33)
+rows.AddNew
+rows("ID") = 4
+rows.Update
+On Error Resume Next
+rows.AddNew Array("ID", "Words"), Array(5)
+Raised "lists of two lengths", 3001, "*", "*"
+rows.Update Array("ID", "NoSuchColumn"), Array(9, 9)
+Raised "a column that is not there, before anything is changed", 3265, "*", "*"
+Same "and no edit began", rows.EditMode, 0
+On Error GoTo 0
+rows.Requery
+Same "the rows as text", rows.GetString(2, 2, ",", ";", "-"), "1,one,-;2,two,22;"
+Same "and those that are left", rows.GetString, "3" & vbTab & "drei" & vbTab & "33" & vbCr & "4" & vbTab & vbTab & vbCr
+Check "moved behind them", rows.EOF
+On Error Resume Next
+grid = rows.GetRows()
+Raised "no rows are left", 3021, "*", "*"
+rows.Move 1
+Raised "a move beyond the end", 3021, "*", "*"
+On Error GoTo 0
+grid = rows.GetRows(3, 1)
+Same "fields by rows", UBound(grid, 1) & UBound(grid, 2) & grid(1, 0) & grid(2, 1) & IsNull(grid(2, 0)), "22one22True"
+Same "behind those read", rows(0), 4
+grid = rows.GetRows(, 1, Array("Size", 0))
+Same "of some fields", UBound(grid, 1) & UBound(grid, 2) & grid(0, 2) & grid(1, 3), "13334"
+rows.Move -2
+mark = rows.Bookmark
+Same "two rows back", rows(0), 3
+rows.Move -9
+Check "before the first", rows.BOF And Not rows.EOF
+rows.Move 1, mark
+Same "one row behind a bookmark", rows(0), 4
+rows.Close
+registry.Execute "DROP TABLE Notes"
 
 ' --- Connections of another's ----------------------------------------------------------------------
 ' The shape of a connection and a recordset, as an application's own classes: with functions and
@@ -415,6 +528,7 @@ End Class
 Class StrangeConnection
   Public Inner
   Public Made
+  Public Executed
   Public Function State
     State = Inner.State
   End Function
@@ -430,9 +544,16 @@ Class StrangeConnection
     Made = Made + 1
     Set CreateRecordset = recordset
   End Function
+  Public Function Execute(text, affected, options)
+    Inner.Execute text, affected
+    Executed = Executed + 1
+  End Function
   Public Function BeginTrans
     BeginTrans = Inner.BeginTrans
   End Function
+  Public Sub CommitTrans
+    Err.Raise 4711, "Stranger.CommitTrans", "not today"
+  End Sub
   Public Sub RollbackTrans
     Inner.RollbackTrans
   End Sub
@@ -456,9 +577,16 @@ session.BeginTrans
 On Error Resume Next
 session.BeginTrans
 Raised "its errors come through", -2147168237, "*", "*"
+session.CommitTrans
+Raised "with the numbers of the other's", 4711, "*", "*"
 On Error GoTo 0
 session.RollBackTrans
 Check "the recordsets came from it", stranger.Made > 1
+key = 5002
+Check "a statement of it gives no recordset", data.AddAbstract(record, False, Array(), key) Is Nothing And _
+    stranger.Executed > 0
+registry.Execute "DELETE FROM Abstracts WHERE AbsRefID = 5002"
+key = 5001
 Set session.Registry = registry
 Set abs_record = data.GetAbstract(key)
 Same "what was saved over it", abs_record("LastName"), "ZZLAST"

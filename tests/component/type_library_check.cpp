@@ -101,6 +101,13 @@ std::string RoleOf(const FUNCDESC& function) {
   return function.memid == DISPID_NEWENUM ? "enumerator" : "";
 }
 
+// An argument by reference goes both ways and any other in; what is not so is shown.
+std::string UnusualDirection(const ELEMDESC& element, bool by_reference) {
+  const int ways = element.paramdesc.wParamFlags & (PARAMFLAG_FIN | PARAMFLAG_FOUT);
+  const int usual = by_reference ? PARAMFLAG_FIN | PARAMFLAG_FOUT : PARAMFLAG_FIN;
+  return ways == usual ? "" : " direction " + std::to_string(ways);
+}
+
 // Members of the same property share an identifier, others never do.
 std::string Row(ITypeInfo* info, const FUNCDESC& function) {
   std::vector<BSTR> names(static_cast<std::size_t>(function.cParams) + 1);
@@ -113,6 +120,7 @@ std::string Row(ITypeInfo* info, const FUNCDESC& function) {
     const Type type = Describe(info, element.tdesc);
     if ((element.paramdesc.wParamFlags & PARAMFLAG_FRETVAL) != 0) {
       result = type.name;
+      if ((element.paramdesc.wParamFlags & PARAMFLAG_FOUT) == 0) result += " not out";
       continue;
     }
     const bool put_value = function.invkind >= INVOKE_PROPERTYPUT && i + 1 == function.cParams;
@@ -120,7 +128,7 @@ std::string Row(ITypeInfo* info, const FUNCDESC& function) {
     if (!arguments.empty()) arguments += "; ";
     if (!put_value) arguments += Narrow(SysAllocString(name)) + " ";
     if (type.by_reference) arguments += "ref ";
-    arguments += type.name + DefaultOf(element);
+    arguments += type.name + DefaultOf(element) + UnusualDirection(element, type.by_reference);
   }
   return NameOf(info, function.memid) + "," + KindOf(function) + "," + arguments + "," + result +
          "," + RoleOf(function);
@@ -162,6 +170,17 @@ Rows RowsOf(ITypeInfo* described) {
   return rows;
 }
 
+std::string RowOf(ITypeLib* library) {
+  BSTR name = nullptr;
+  library->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr);
+  TLIBATTR* attributes = nullptr;
+  library->GetLibAttr(&attributes);
+  const std::string version =
+      std::to_string(attributes->wMajorVerNum) + "." + std::to_string(attributes->wMinorVerNum);
+  library->ReleaseTLibAttr(attributes);
+  return Narrow(name) + ",library,," + version + ",";
+}
+
 std::map<std::string, Rows> ReadTable(const char* path) {
   std::map<std::string, Rows> table;
   std::ifstream file(path);
@@ -192,11 +211,7 @@ int main(int argc, char** argv) {
   auto wanted = ReadTable(argv[2]);
   int members = 0;
   int differences = 0;
-  for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-    ITypeInfo* info = nullptr;
-    library->GetTypeInfo(i, &info);
-    const std::string name = NameOf(info);
-    const Rows got = RowsOf(info);
+  const auto compare = [&](const std::string& name, const Rows& got) {
     const Rows& table = wanted[name];
     for (std::size_t row = 0; row < std::max(got.size(), table.size()); ++row) {
       ++members;
@@ -208,6 +223,12 @@ int main(int argc, char** argv) {
                 << "\n";
     }
     wanted.erase(name);
+  };
+  compare("(library)", {RowOf(library)});
+  for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+    ITypeInfo* info = nullptr;
+    library->GetTypeInfo(i, &info);
+    compare(NameOf(info), RowsOf(info));
   }
   for (const auto& [name, rows] : wanted) {
     ++differences;

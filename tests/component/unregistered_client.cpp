@@ -5,25 +5,11 @@
 // FOLDER holds the component with its manifest. Prints every check that fails and, last, the
 // result.
 
-#include <windows.h>
-// They build on the first.
-#include <oleauto.h>
-#include <qmdataobjects2_idl.h>
+#include "client_support.h"
 
-#include <iostream>
 #include <string>
 
 namespace {
-
-int checks = 0;
-int failures = 0;
-
-void Check(const char* what, bool fulfilled) {
-  ++checks;
-  if (fulfilled) return;
-  ++failures;
-  std::cout << "FAILED: " << what << "\n";
-}
 
 // Every creatable class by its name, late bound as a script would.
 void CheckClasses(bool there) {
@@ -85,6 +71,5 @@ int wmain(int argc, wchar_t** argv) {
     ReleaseActCtx(made);
   }
   CoUninitialize();
-  std::cout << "result: " << checks << " checks, " << failures << " failed\n";
-  return failures == 0 ? 0 : 1;
+  return Result();
 }

@@ -38,8 +38,23 @@ std::string TakeText(BSTR text) {
   return result;
 }
 
-[[noreturn]] void RaiseException(EXCEPINFO& raised) {
+bool IsDescribed(const EXCEPINFO& raised) {
+  return raised.bstrDescription != nullptr || raised.bstrSource != nullptr;
+}
+
+// The words of a failure, from the thread's error information where the object gave no others.
+void FillIn(EXCEPINFO& raised, HRESULT outcome) {
   if (raised.pfnDeferredFillIn != nullptr) raised.pfnDeferredFillIn(&raised);
+  const bool of_the_call =
+      HRESULT_FACILITY(outcome) == FACILITY_DISPATCH && outcome != DISP_E_EXCEPTION;
+  if (of_the_call || IsDescribed(raised)) return;
+  ComPointer<IErrorInfo> information;
+  if (GetErrorInfo(0, information.Receive()) != S_OK) return;
+  information->GetSource(&raised.bstrSource);
+  information->GetDescription(&raised.bstrDescription);
+}
+
+[[noreturn]] void RaiseException(EXCEPINFO& raised) {
   const std::string source = TakeText(raised.bstrSource);
   std::string description = TakeText(raised.bstrDescription);
   SysFreeString(raised.bstrHelpFile);
@@ -104,12 +119,13 @@ PlatformVariant LateBound::Invoke(DISPID member, WORD kind, Arguments arguments)
   UINT wrong_argument = 0;
   const bool gives = call.cNamedArgs == 0;
   VARIANT* const place = gives ? result.Receive() : nullptr;
+  SetErrorInfo(0, nullptr);
   const HRESULT outcome = extended_ ? extended_->InvokeEx(member, LOCALE_USER_DEFAULT, kind, &call,
                                                           place, &raised, nullptr)
                                     : object_->Invoke(member, IID_NULL, LOCALE_USER_DEFAULT, kind,
                                                       &call, place, &raised, &wrong_argument);
-  const bool described = raised.bstrDescription != nullptr || raised.bstrSource != nullptr;
-  if (outcome == DISP_E_EXCEPTION || (FAILED(outcome) && described)) {
+  if (FAILED(outcome)) FillIn(raised, outcome);
+  if (outcome == DISP_E_EXCEPTION || (FAILED(outcome) && IsDescribed(raised))) {
     if (raised.scode == 0 && raised.wCode == 0) raised.scode = outcome;
     RaiseException(raised);
   }
