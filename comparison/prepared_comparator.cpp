@@ -1,38 +1,16 @@
 #include "comparison/prepared_comparator.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
 
+#include "comparison/agreement_bits.h"
 #include "comparison/comparator_formulas.h"
 #include "comparison/string_comparator.h"
 
 namespace qm {
 
 namespace {
-
-constexpr std::size_t kMost = ShortText::kMost;
-
-// For each window and each place of the right text, the places of the left one within reach.
-constexpr auto kWithinReach = [] {
-  std::array<std::array<std::uint32_t, kMost>, kMost / 2> table{};
-  for (std::size_t window = 0; window < table.size(); ++window) {
-    for (std::size_t j = 0; j < kMost; ++j) {
-      const std::uint64_t reach = (std::uint64_t{2} << (2 * window)) - 1;
-      table[window][j] = static_cast<std::uint32_t>((reach << j) >> window);
-    }
-  }
-  return table;
-}();
-
-std::size_t CountBits(std::uint32_t bits) {
-  bits -= (bits >> 1U) & 0x55555555U;
-  bits = (bits & 0x33333333U) + ((bits >> 2U) & 0x33333333U);
-  return (((bits + (bits >> 4U)) & 0x0F0F0F0FU) * 0x01010101U) >> 24U;
-}
-
-std::uint32_t LowestBit(std::uint32_t bits) { return bits & (0U - bits); }
 
 // Each unmatched character of the left text, in order, with the first free similar one of the
 // right.
@@ -52,37 +30,16 @@ std::size_t CountSimilar(const ShortText& a, const ShortText& b, std::uint32_t f
   return similar;
 }
 
-// The greedy choice of the plain comparator gives the same pairs from either side, since for each
-// character both lists of places are paired off in order. So the right text is gone through here.
 template <std::size_t kSize>
 Agreement FindAgreement(const ShortText& a, const ShortText& b, bool count_similar) {
-  const AgreementRows<kSize> rows = FastRows<kSize>(a, b);
-  const auto& reach = kWithinReach[AgreementWindow(a.size(), b.size())];
-  std::array<std::uint32_t, kSize> chosen;
-  std::uint32_t matched = 0;
-  std::uint32_t disorder = 0;
-  for (std::size_t j = 0; j < kSize; ++j) {
-    const std::uint32_t free = rows[j] & reach[j] & ~matched;
-    chosen[j] = LowestBit(free);
-    disorder |= matched & (0U - free);
-    matched |= chosen[j];
-  }
-  Agreement result;
-  result.common = CountBits(matched);
-  if (disorder != 0) {
-    std::uint32_t rest = matched;
-    std::uint32_t mismatched = 0;
-    for (std::size_t j = 0; j < kSize; ++j) {
-      const std::uint32_t next = chosen[j] != 0 ? LowestBit(rest) : 0;
-      rest ^= next;
-      mismatched += (next & ~rows[j]) != 0 ? 1U : 0U;
-    }
-    result.transposed = mismatched / 2;
-  }
+  const auto found = FindBitAgreement(FastRows<kSize>(a, b), a.size(), b.size());
+  Agreement result{found.common, found.transposed, 0};
   if (count_similar && result.common < std::min(a.size(), b.size())) {
     std::uint32_t free_b = 0;
-    for (std::size_t j = 0; j < b.size(); ++j) free_b |= (chosen[j] == 0 ? 1U : 0U) << j;
-    result.similar = CountSimilar(a, b, ~matched & ((1U << a.size()) - 1), free_b);
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      free_b |= (found.chosen[j] == 0 ? 1U : 0U) << j;
+    }
+    result.similar = CountSimilar(a, b, ~found.matched & ((1U << a.size()) - 1), free_b);
   }
   return result;
 }
@@ -100,34 +57,11 @@ std::size_t PrefixUpToDigit(const ShortText& a, const ShortText& b) {
   return length;
 }
 
-// Optimal string alignment, a column of the matrix of distances in each round, its steps from cell
-// to cell as bits: `plus` where the next cell below is one more, `minus` where it is one less.
-// (H. Hyyrö, 2003)
-template <std::size_t kSize>
-std::size_t AlignmentDistance(const ShortText& a, const ShortText& b) {
-  const AgreementRows<kSize> rows = FastRows<kSize>(a, b);
-  std::uint32_t plus = ~0U;
-  std::uint32_t minus = 0;
-  std::uint32_t diagonal = 0;
-  std::uint32_t row_before = 0;
-  for (std::size_t j = 0; j < b.size(); ++j) {
-    const std::uint32_t row = rows[j];
-    const std::uint32_t swapped = ((~diagonal & row) << 1U) & row_before;
-    diagonal = (((row & plus) + plus) ^ plus) | row | minus | swapped;
-    const std::uint32_t right_plus = (minus | ~(diagonal | plus)) << 1U | 1U;
-    const std::uint32_t right_minus = (diagonal & plus) << 1U;
-    plus = right_minus | ~(diagonal | right_plus);
-    minus = right_plus & diagonal;
-    row_before = row;
-  }
-  const std::uint32_t all = (1U << a.size()) - 1;
-  return b.size() + CountBits(plus & all) - CountBits(minus & all);
-}
-
 template <std::size_t kSize>
 double CompareSized(const ShortText& a, const ShortText& b, std::int32_t parameter) {
   if (parameter == kAlignmentDistance) {
-    return DistanceScore(AlignmentDistance<kSize>(a, b), a.size(), b.size());
+    return DistanceScore(BitAlignmentDistance(FastRows<kSize>(a, b), a.size(), b.size()), a.size(),
+                         b.size());
   }
   const Agreement agreement = FindAgreement<kSize>(a, b, parameter == kWinklerFull);
   const double jaro = JaroScore(agreement, a.size(), b.size());
@@ -141,7 +75,8 @@ double CompareShort(const ShortText& a, const ShortText& b, std::int32_t paramet
   if (a.size() == 0 || b.size() == 0) return 0;
   const std::size_t longer = std::max(a.size(), b.size());
   if (longer <= 8) return CompareSized<8>(a, b, parameter);
-  return longer <= 16 ? CompareSized<16>(a, b, parameter) : CompareSized<kMost>(a, b, parameter);
+  return longer <= 16 ? CompareSized<16>(a, b, parameter)
+                      : CompareSized<ShortText::kMost>(a, b, parameter);
 }
 
 }  // namespace

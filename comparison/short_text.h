@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string_view>
 
-#if defined(__SSE2__)
+#if defined(__x86_64__)
 #include <emmintrin.h>
 #endif
 
@@ -111,7 +111,7 @@ AgreementRows<kSize> PortableRows(const ShortText& a, const ShortText& b) {
   return rows;
 }
 
-#if defined(__SSE2__)
+#if defined(__x86_64__)
 
 namespace detail {
 

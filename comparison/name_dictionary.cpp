@@ -1,0 +1,235 @@
+#include "comparison/name_dictionary.h"
+
+#include <algorithm>
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+#include "comparison/score_tables.h"
+#include "comparison/short_text.h"
+#include "comparison/string_comparator.h"
+
+namespace qm {
+
+namespace {
+
+constexpr std::size_t kMost = ShortText::kMost;
+constexpr std::size_t kFirstSlots = 64;
+// So many blocks are counted before their scores are read: what lies between stays in the cache.
+constexpr std::size_t kBlocksAtOnce = 32;
+
+// Characters by code, from code 1. A name belongs to the first alphabet that has all of it.
+constexpr std::array<std::string_view, 2> kAlphabetCharacters = {"ABCDEFGHIJKLMNOPQRSTUVWXYZ -.,'",
+                                                                 "0123456789 -/.,"};
+constexpr auto kCodes = [] {
+  std::array<std::array<std::uint8_t, 256>, 2> codes{};
+  for (std::size_t a = 0; a < codes.size(); ++a) {
+    for (std::size_t k = 0; k < kAlphabetCharacters[a].size(); ++k) {
+      codes[a][static_cast<unsigned char>(kAlphabetCharacters[a][k])] =
+          static_cast<std::uint8_t>(k + 1);
+    }
+  }
+  return codes;
+}();
+constexpr unsigned kCodesOfATable = 16;
+
+constexpr std::size_t kOddBucket = kAlphabetCharacters.size() * kMost;
+
+std::uint8_t CodeOf(std::size_t alphabet, char c) {
+  return kCodes[alphabet][static_cast<unsigned char>(c)];
+}
+
+char CharacterOf(std::size_t alphabet, std::uint8_t encoded) {
+  const unsigned code = (encoded & 15U) | (encoded >> 7U) << 4U;
+  return kAlphabetCharacters[alphabet][code - 1];
+}
+
+std::uint32_t HashOf(std::string_view name) {
+  const std::size_t hash = std::hash<std::string_view>{}(name);
+  return static_cast<std::uint32_t>(hash ^ (hash >> 16U));
+}
+
+// Characters that the alphabet lacks agree with nothing in it.
+KernelQuery MakeQuery(const std::u32string& text, std::size_t alphabet) {
+  KernelQuery query;
+  query.size = text.size();
+  query.upper_codes = kAlphabetCharacters[alphabet].size() >= kCodesOfATable;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const unsigned code = text[i] < 128 ? kCodes[alphabet][text[i]] : 0;
+    if (code == 0) continue;
+    auto& tables = code < kCodesOfATable ? query.low : query.high;
+    auto& places = tables[i / 8][code % kCodesOfATable];
+    places = static_cast<std::uint8_t>(places | 1U << (i % 8));
+  }
+  return query;
+}
+
+template <typename Score>
+Score AsScore(double agreement) {
+  if constexpr (std::is_same_v<Score, double>) {
+    return agreement;
+  } else {
+    return Percent(agreement);
+  }
+}
+
+}  // namespace
+
+NameDictionary::NameDictionary(const DictionaryKernel& kernel)
+    : kernel_(&kernel), buckets_(kOddBucket + 1), slots_(kFirstSlots) {
+  static_assert(kAlphabetCharacters.size() == kAlphabets);
+  for (std::size_t b = 0; b < kOddBucket; ++b) {
+    buckets_[b].alphabet = static_cast<Alphabet>(b / kMost);
+    buckets_[b].length = b % kMost + 1;
+  }
+}
+
+std::size_t NameDictionary::BucketOf(std::string_view name) {
+  if (name.empty() || name.size() > kMost) return kOddBucket;
+  for (std::size_t a = 0; a < kAlphabets; ++a) {
+    if (std::all_of(name.begin(), name.end(), [&](char c) { return CodeOf(a, c) != 0; })) {
+      return a * kMost + name.size() - 1;
+    }
+  }
+  return kOddBucket;
+}
+
+std::string NameDictionary::Name(std::uint32_t number) const {
+  const BlockPlace& place = blocks_[number / kBlockNames];
+  const Bucket& bucket = buckets_[place.bucket];
+  const std::size_t lane = number % kBlockNames;
+  if (bucket.length == 0) return bucket.odd[place.index * kBlockNames + lane];
+  std::string name(bucket.length, ' ');
+  for (std::size_t j = 0; j < bucket.length; ++j) {
+    name[j] =
+        CharacterOf(bucket.alphabet, bucket.columns[place.index * bucket.length + j].lane[lane]);
+  }
+  return name;
+}
+
+bool NameDictionary::Is(std::uint32_t number, std::string_view name) const {
+  const BlockPlace& place = blocks_[number / kBlockNames];
+  const Bucket& bucket = buckets_[place.bucket];
+  const std::size_t lane = number % kBlockNames;
+  if (bucket.length == 0) return bucket.odd[place.index * kBlockNames + lane] == name;
+  if (bucket.length != name.size()) return false;
+  const NameColumn* const columns = bucket.columns.data() + place.index * bucket.length;
+  for (std::size_t j = 0; j < name.size(); ++j) {
+    const std::uint8_t code = CodeOf(bucket.alphabet, name[j]);
+    if (code == 0 || columns[j].lane[lane] != EncodedCode(code)) return false;
+  }
+  return true;
+}
+
+// The name's slot, or the free one where it belongs.
+std::size_t NameDictionary::SlotOf(std::string_view name, std::uint32_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = hash & mask;
+  while (slots_[slot].number_and_one != 0 &&
+         (slots_[slot].hash != hash || !Is(slots_[slot].number_and_one - 1, name))) {
+    slot = (slot + 1) & mask;
+  }
+  return slot;
+}
+
+std::optional<std::uint32_t> NameDictionary::Find(std::string_view name) const {
+  const Slot& slot = slots_[SlotOf(name, HashOf(name))];
+  if (slot.number_and_one == 0) return std::nullopt;
+  return slot.number_and_one - 1;
+}
+
+std::uint32_t NameDictionary::Add(std::string_view name) {
+  const std::uint32_t hash = HashOf(name);
+  std::size_t slot = SlotOf(name, hash);
+  if (slots_[slot].number_and_one != 0) return slots_[slot].number_and_one - 1;
+  if (2 * (size_ + 1) > slots_.size()) {
+    Grow();
+    slot = SlotOf(name, hash);
+  }
+  const std::uint32_t number = Append(name);
+  slots_[slot] = {hash, number + 1};
+  ++size_;
+  return number;
+}
+
+void NameDictionary::Grow() {
+  const std::vector<Slot> old = std::exchange(slots_, std::vector<Slot>(2 * slots_.size()));
+  const std::size_t mask = slots_.size() - 1;
+  for (const Slot& entry : old) {
+    if (entry.number_and_one == 0) continue;
+    std::size_t slot = entry.hash & mask;
+    while (slots_[slot].number_and_one != 0) slot = (slot + 1) & mask;
+    slots_[slot] = entry;
+  }
+}
+
+std::uint32_t NameDictionary::Append(std::string_view name) {
+  const std::size_t b = BucketOf(name);
+  Bucket& bucket = buckets_[b];
+  const std::size_t lane = bucket.names % kBlockNames;
+  if (lane == 0) {
+    bucket.columns.resize(bucket.columns.size() + bucket.length);
+    blocks_.push_back(
+        {static_cast<std::uint32_t>(b), static_cast<std::uint32_t>(bucket.blocks.size())});
+    bucket.blocks.push_back(static_cast<std::uint32_t>(blocks_.size() - 1));
+  }
+  ++bucket.names;
+  if (bucket.length == 0) {
+    bucket.odd.emplace_back(name);
+  } else {
+    NameColumn* const columns = bucket.columns.data() + bucket.columns.size() - bucket.length;
+    for (std::size_t j = 0; j < name.size(); ++j) {
+      columns[j].lane[lane] = EncodedCode(CodeOf(bucket.alphabet, name[j]));
+    }
+  }
+  return static_cast<std::uint32_t>(bucket.blocks.back() * kBlockNames + lane);
+}
+
+template <typename Score, typename Table>
+void NameDictionary::Compare(const PreparedComparator& text, std::span<Score> scores,
+                             Table table) const {
+  const std::u32string characters = Characters(text.text());
+  const bool vectors =
+      !characters.empty() && characters.size() <= kMost && text.parameter() != kWinklerFull;
+  const ScoreTables& tables = ScoreTables::For(text.parameter());
+  const auto count =
+      text.parameter() == kAlignmentDistance ? kernel_->distances : kernel_->agreements;
+  std::array<KernelQuery, kAlphabets> queries;
+  if (vectors) {
+    for (std::size_t a = 0; a < kAlphabets; ++a) queries[a] = MakeQuery(characters, a);
+  }
+  std::array<std::uint16_t, kBlocksAtOnce * kBlockNames> places;
+  for (const Bucket& bucket : buckets_) {
+    if (bucket.names == 0) continue;
+    if (!vectors || bucket.length == 0) {
+      for (std::size_t n = 0; n < bucket.names; ++n) {
+        const std::size_t number = bucket.blocks[n / kBlockNames] * kBlockNames + n % kBlockNames;
+        scores[number] = AsScore<Score>(text.Compare(Name(static_cast<std::uint32_t>(number))));
+      }
+      continue;
+    }
+    const Score* const values = (tables.*table)(characters.size(), bucket.length);
+    for (std::size_t block = 0; block < bucket.blocks.size(); block += kBlocksAtOnce) {
+      const std::size_t some = std::min(kBlocksAtOnce, bucket.blocks.size() - block);
+      count(queries[bucket.alphabet],
+            {bucket.columns.data() + block * bucket.length, some * bucket.length}, bucket.length,
+            places.data());
+      for (std::size_t k = 0; k < some; ++k) {
+        Score* const to = scores.data() + bucket.blocks[block + k] * kBlockNames;
+        const std::uint16_t* const from = places.data() + k * kBlockNames;
+        for (std::size_t lane = 0; lane < kBlockNames; ++lane) to[lane] = values[from[lane]];
+      }
+    }
+  }
+}
+
+void NameDictionary::Scores(const PreparedComparator& text, std::span<double> scores) const {
+  Compare(text, scores, &ScoreTables::Scores);
+}
+
+void NameDictionary::Percents(const PreparedComparator& text,
+                              std::span<std::uint8_t> percents) const {
+  Compare(text, percents, &ScoreTables::Percents);
+}
+
+}  // namespace qm
