@@ -39,11 +39,6 @@ std::uint8_t CodeOf(std::size_t alphabet, char c) {
   return kCodes[alphabet][static_cast<unsigned char>(c)];
 }
 
-char CharacterOf(std::size_t alphabet, std::uint8_t encoded) {
-  const unsigned code = (encoded & 15U) | (encoded >> 7U) << 4U;
-  return kAlphabetCharacters[alphabet][code - 1];
-}
-
 std::uint32_t HashOf(std::string_view name) {
   const std::size_t hash = std::hash<std::string_view>{}(name);
   return static_cast<std::uint32_t>(hash ^ (hash >> 16U));
@@ -94,31 +89,12 @@ std::size_t NameDictionary::BucketOf(std::string_view name) {
   return kOddBucket;
 }
 
-std::string NameDictionary::Name(std::uint32_t number) const {
+std::string_view NameDictionary::Name(std::uint32_t number) const {
   const BlockPlace& place = blocks_[number / kBlockNames];
   const Bucket& bucket = buckets_[place.bucket];
-  const std::size_t lane = number % kBlockNames;
-  if (bucket.length == 0) return bucket.odd[place.index * kBlockNames + lane];
-  std::string name(bucket.length, ' ');
-  for (std::size_t j = 0; j < bucket.length; ++j) {
-    name[j] =
-        CharacterOf(bucket.alphabet, bucket.columns[place.index * bucket.length + j].lane[lane]);
-  }
-  return name;
-}
-
-bool NameDictionary::Is(std::uint32_t number, std::string_view name) const {
-  const BlockPlace& place = blocks_[number / kBlockNames];
-  const Bucket& bucket = buckets_[place.bucket];
-  const std::size_t lane = number % kBlockNames;
-  if (bucket.length == 0) return bucket.odd[place.index * kBlockNames + lane] == name;
-  if (bucket.length != name.size()) return false;
-  const NameColumn* const columns = bucket.columns.data() + place.index * bucket.length;
-  for (std::size_t j = 0; j < name.size(); ++j) {
-    const std::uint8_t code = CodeOf(bucket.alphabet, name[j]);
-    if (code == 0 || columns[j].lane[lane] != EncodedCode(code)) return false;
-  }
-  return true;
+  const std::size_t index = place.index * kBlockNames + number % kBlockNames;
+  if (bucket.length == 0) return bucket.odd[index];
+  return std::string_view(bucket.texts).substr(index * bucket.length, bucket.length);
 }
 
 // The name's slot, or the free one where it belongs.
@@ -126,7 +102,7 @@ std::size_t NameDictionary::SlotOf(std::string_view name, std::uint32_t hash) co
   const std::size_t mask = slots_.size() - 1;
   std::size_t slot = hash & mask;
   while (slots_[slot].number_and_one != 0 &&
-         (slots_[slot].hash != hash || !Is(slots_[slot].number_and_one - 1, name))) {
+         (slots_[slot].hash != hash || Name(slots_[slot].number_and_one - 1) != name)) {
     slot = (slot + 1) & mask;
   }
   return slot;
@@ -177,6 +153,7 @@ std::uint32_t NameDictionary::Append(std::string_view name) {
   if (bucket.length == 0) {
     bucket.odd.emplace_back(name);
   } else {
+    bucket.texts.append(name);
     NameColumn* const columns = bucket.columns.data() + bucket.columns.size() - bucket.length;
     for (std::size_t j = 0; j < name.size(); ++j) {
       columns[j].lane[lane] = EncodedCode(CodeOf(bucket.alphabet, name[j]));

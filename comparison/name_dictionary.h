@@ -9,9 +9,10 @@
 // Cost: some nanoseconds a name, by the widest vector registers that the processor has, for the
 // comparators 0, 1 and 3 with a prepared text of at most 24 characters. Longer texts, comparator 2
 // and odd names (longer than 24 characters, not ASCII, or of letters and digits mixed) are compared
-// one by one. Memory: the characters and about 16 bytes a name.
+// one by one. Memory: the characters twice and about 16 bytes a name.
 //
-// Comparing changes nothing, so many threads may compare at once while none adds.
+// Comparing changes nothing, so many threads may compare at once while none adds. It is the
+// built-in comparators that compare: ask first whether a comparison library serves in their place.
 #pragma once
 
 #include <array>
@@ -42,7 +43,8 @@ class NameDictionary {
   std::size_t size() const { return size_; }
   /// More than every number.
   std::size_t Limit() const { return blocks_.size() * kBlockNames; }
-  std::string Name(std::uint32_t number) const;
+  /// Valid until the next `Add`.
+  std::string_view Name(std::uint32_t number) const;
 
   /// The agreement of the prepared text with each name, at the name's number; `scores` has at least
   /// `Limit()` places. Places that are no name's number receive anything.
@@ -57,8 +59,9 @@ class NameDictionary {
   struct Bucket {
     std::size_t length = 0;  // 0: the odd ones
     Alphabet alphabet = kLetters;
-    std::vector<NameColumn> columns;
-    std::vector<std::string> odd;
+    std::vector<NameColumn> columns;    // for comparing with all
+    std::string texts;                  // for looking at one, each after the other
+    std::vector<std::string> odd;       // in place of both
     std::vector<std::uint32_t> blocks;  // what number each of its blocks has
     std::size_t names = 0;
   };
@@ -72,7 +75,6 @@ class NameDictionary {
   };
 
   static std::size_t BucketOf(std::string_view name);
-  bool Is(std::uint32_t number, std::string_view name) const;
   std::size_t SlotOf(std::string_view name, std::uint32_t hash) const;
   std::uint32_t Append(std::string_view name);
   void Grow();
