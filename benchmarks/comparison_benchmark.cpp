@@ -228,6 +228,8 @@ int Run(std::vector<char*> arguments) {
     const std::string title = std::string("dictionary, ") + DictionaryKernels()[k].name;
     AddDictionaryRow<std::uint8_t>(table, title, dictionaries[k], names, kJaroWinkler);
     AddDictionaryRow<double>(table, title + ", full scores", dictionaries[k], names, kJaroWinkler);
+    AddDictionaryRow<std::uint8_t>(table, title + ", Winkler's full comparator", dictionaries[k],
+                                   names, kWinklerFull);
     AddDictionaryRow<std::uint8_t>(table, title + ", alignment distance", dictionaries[k], names,
                                    kAlignmentDistance);
   }

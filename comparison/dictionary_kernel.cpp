@@ -16,36 +16,63 @@ std::uint32_t MaskOf(const KernelQuery& query, std::uint8_t code) {
          std::uint32_t{tables[2][index]} << 16U;
 }
 
+// Each unmatched place of the prepared text, in order, with the first free similar one of the name.
 template <std::size_t kSize>
-std::size_t PlaceOf(const AgreementRows<kSize>& rows, std::size_t size, std::size_t length,
-                    bool distance) {
-  if (distance) return BitAlignmentDistance(rows, size, length);
-  const auto found = FindBitAgreement(rows, size, length);
-  std::size_t prefix = 0;
-  while (prefix < kLongestPrefix && ((rows[prefix] >> prefix) & 1U) != 0) ++prefix;
-  return AgreementPlace(found.common, found.transposed, prefix);
+std::size_t CountSimilar(const BitAgreement<kSize>& found, AgreementRows<kSize> similar,
+                         std::size_t size) {
+  std::size_t count = 0;
+  for (std::size_t j = 0; j < kSize; ++j) {
+    if (found.chosen[j] != 0) similar[j] = 0;
+  }
+  for (std::uint32_t place = 1; place < 1U << size; place <<= 1U) {
+    if ((found.matched & place) != 0) continue;
+    const auto free = std::find_if(similar.begin(), similar.end(),
+                                   [place](std::uint32_t row) { return (row & place) != 0; });
+    if (free == similar.end()) continue;
+    *free = 0;
+    ++count;
+  }
+  return count;
 }
 
-template <std::size_t kSize>
-void CountBlocks(const KernelQuery& query, std::span<const NameColumn> columns, std::size_t length,
-                 std::uint16_t* places, bool distance) {
-  AgreementRows<kSize> rows{};
+template <std::size_t kSize, Counted kCounted>
+std::size_t PlaceOf(const KernelQueries& queries, const NameColumn* columns, std::size_t length,
+                    std::size_t lane) {
+  const std::size_t size = queries.equal.size;
+  const auto rows_of = [&](const KernelQuery& query) {
+    AgreementRows<kSize> rows{};
+    for (std::size_t j = 0; j < length; ++j) rows[j] = MaskOf(query, columns[j].lane[lane]);
+    return rows;
+  };
+  const AgreementRows<kSize> rows = rows_of(queries.equal);
+  if constexpr (kCounted == Counted::kDistances) return BitAlignmentDistance(rows, size, length);
+  const auto found = FindBitAgreement(rows, size, length);
+  std::size_t prefix = 0;
+  while (prefix < queries.equal.prefix_end && ((rows[prefix] >> prefix) & 1U) != 0) ++prefix;
+  const std::size_t place = AgreementPlace(found.common, found.transposed, prefix);
+  if constexpr (kCounted == Counted::kAgreements) return place;
+  return place + SimilarStep(size, length) * CountSimilar(found, rows_of(queries.similar), size);
+}
+
+template <std::size_t kSize, Counted kCounted>
+void CountBlocks(const KernelQueries& queries, std::span<const NameColumn> columns,
+                 std::size_t length, std::uint16_t* places) {
   for (; !columns.empty(); columns = columns.subspan(length)) {
     for (std::size_t lane = 0; lane < kBlockNames; ++lane) {
-      for (std::size_t j = 0; j < length; ++j) rows[j] = MaskOf(query, columns[j].lane[lane]);
-      *places++ = static_cast<std::uint16_t>(PlaceOf(rows, query.size, length, distance));
+      *places++ = static_cast<std::uint16_t>(
+          PlaceOf<kSize, kCounted>(queries, columns.data(), length, lane));
     }
   }
 }
 
-template <bool kDistance>
-void Count(const KernelQuery& query, std::span<const NameColumn> columns, std::size_t length,
+template <Counted kCounted>
+void Count(const KernelQueries& queries, std::span<const NameColumn> columns, std::size_t length,
            std::uint16_t* places) {
-  const std::size_t longer = std::max(query.size, length);
-  const auto count = longer <= 8    ? CountBlocks<8>
-                     : longer <= 16 ? CountBlocks<16>
-                                    : CountBlocks<ShortText::kMost>;
-  count(query, columns, length, places, kDistance);
+  const std::size_t longer = std::max(queries.equal.size, length);
+  const auto count = longer <= 8    ? CountBlocks<8, kCounted>
+                     : longer <= 16 ? CountBlocks<16, kCounted>
+                                    : CountBlocks<ShortText::kMost, kCounted>;
+  count(queries, columns, length, places);
 }
 
 std::vector<DictionaryKernel> FindKernels() {
@@ -62,7 +89,9 @@ std::vector<DictionaryKernel> FindKernels() {
 
 }  // namespace
 
-const DictionaryKernel kPortableKernel = {"portable", Count<false>, Count<true>};
+const DictionaryKernel kPortableKernel = {
+    "portable",
+    {Count<Counted::kAgreements>, Count<Counted::kSimilarAgreements>, Count<Counted::kDistances>}};
 
 std::span<const DictionaryKernel> DictionaryKernels() {
   static const std::vector<DictionaryKernel> kernels = FindKernels();

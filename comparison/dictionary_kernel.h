@@ -28,6 +28,7 @@ struct KernelQuery {
   struct alignas(16) Table : std::array<std::uint8_t, 16> {};
 
   std::size_t size = 0;         ///< 1 to 24
+  std::size_t prefix_end = 0;   ///< no more characters count as the common prefix
   bool upper_codes = false;     ///< the alphabet has codes above 15
   std::array<Table, 3> low{};   ///< codes 0 to 15
   std::array<Table, 3> high{};  ///< codes 16 to 31
@@ -37,14 +38,25 @@ constexpr std::uint8_t EncodedCode(unsigned code) {
   return static_cast<std::uint8_t>((code & 15U) | (code >> 4U) << 7U);
 }
 
+/// The same text, and with `similar` the places that hold what is similar to a code.
+struct KernelQueries {
+  KernelQuery equal;
+  KernelQuery similar;
+};
+
+enum class Counted {
+  kAgreements,         ///< places of the score tables
+  kSimilarAgreements,  ///< the same, plus `SimilarStep` for each pair of similar characters
+  kDistances           ///< places of the score tables
+};
+
 struct DictionaryKernel {
-  /// Writes a place (score_tables.h) for each name of `columns`, which are whole blocks.
-  using Count = void (*)(const KernelQuery& query, std::span<const NameColumn> columns,
+  /// Writes a place for each name of `columns`, which are whole blocks of names of the length.
+  using Count = void (*)(const KernelQueries& queries, std::span<const NameColumn> columns,
                          std::size_t length, std::uint16_t* places);
 
   const char* name;
-  Count agreements;
-  Count distances;
+  std::array<Count, 3> counts;  ///< by what is counted
 };
 
 /// Those that this processor runs, the fastest first, the portable one last.

@@ -91,7 +91,7 @@ struct Simd {
 
 namespace qm {
 
-const DictionaryKernel kAvx2Kernel = {"AVX2", Agreements, Distances};
+const DictionaryKernel kAvx2Kernel = {"AVX2", kCounts};
 
 }  // namespace qm
 

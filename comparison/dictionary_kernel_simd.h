@@ -6,6 +6,7 @@
 // takes one, two or four registers of lanes, unpacked in the processor's order and packed again in
 // the same one.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -90,10 +91,9 @@ QM_SIMD void Widen(const Vector* lanes, Vector* words) {
 }
 
 template <int kBits>
-QM_SIMD void StoreAgreements(const Vector* common, const Vector* mismatched, const Vector* prefixes,
-                             std::uint16_t* places) {
+QM_SIMD void FindPlaces(const Vector* common, const Vector* mismatched, const Vector* prefixes,
+                        Vector* words) {
   const Vector prefix_table = Simd::LoadTable(kPrefixes);
-  Vector words[2];
   if constexpr (kBits == 8) {
     const Vector place =
         Simd::Add<8>(Simd::Add<8>(Simd::Look(Simd::LoadTable(kCommonPlaces), common[0]),
@@ -116,13 +116,37 @@ QM_SIMD void StoreAgreements(const Vector* common, const Vector* mismatched, con
           Simd::Add<16>(Simd::Multiply16(row, Simd::Set<16>(5)), Simd::Look(prefix_table, p[k]));
     }
   }
-  Simd::StoreWords(words[0], words[1], places);
 }
 
-template <int kBits, bool kUpperCodes>
-QM_SIMD_KERNEL void CountAgreements(const KernelQuery& query, std::span<const NameColumn> columns,
-                                    std::size_t length, std::uint16_t* places) {
+// How many places of the text that found no partner find a similar character among those of the
+// names that found none: each in order with the first that is free. `similar` holds for each free
+// character the places that it is similar to, and is used up.
+template <int kBits>
+QM_SIMD void CountSimilar(std::size_t size, std::size_t length, const Vector* matched,
+                          Vector (*similar)[kBits / 8], Vector* count) {
+  for (std::size_t r = 0; r < kBits / 8; ++r) {
+    count[r] = Simd::Zero();
+    for (std::size_t i = 0; i < size; ++i) {
+      const Vector open = Simd::AndNot(matched[r], Simd::Set<kBits>(1U << i));
+      Vector seeking = open;
+      for (std::size_t j = 0; j < length; ++j) {
+        const Vector passed = Simd::Equal<kBits>(Simd::And(similar[j][r], seeking), Simd::Zero());
+        seeking = Simd::And(seeking, passed);
+        similar[j][r] = Simd::And(similar[j][r], passed);
+      }
+      const Vector found = Simd::Xor(open, seeking);
+      count[r] = Simd::Add<kBits>(
+          count[r], Simd::AndNot(Simd::Equal<kBits>(found, Simd::Zero()), Simd::Set<kBits>(1)));
+    }
+  }
+}
+
+template <int kBits, bool kUpperCodes, bool kSimilarToo>
+QM_SIMD_KERNEL void CountAgreements(const KernelQueries& queries,
+                                    std::span<const NameColumn> columns, std::size_t length,
+                                    std::uint16_t* places) {
   constexpr std::size_t kParts = kBits / 8;
+  const KernelQuery& query = queries.equal;
   const std::size_t window = AgreementWindow(query.size, length);
   // What stands further back reaches no place of the prepared text.
   const std::size_t reaching = std::min(length, query.size + window);
@@ -133,8 +157,11 @@ QM_SIMD_KERNEL void CountAgreements(const KernelQuery& query, std::span<const Na
   }
   QueryTables<kBits, kUpperCodes> tables;
   tables.Load(query);
-  const std::size_t prefix_end = std::min({kLongestPrefix, query.size, length});
+  QueryTables<kBits, kUpperCodes> similar_tables;
+  if constexpr (kSimilarToo) similar_tables.Load(queries.similar);
+  const std::size_t prefix_end = std::min({query.prefix_end, query.size, length});
   const Vector all = Simd::Set<kBits>(static_cast<std::uint32_t>(reaching));
+  const Vector step = Simd::Set<16>(static_cast<std::uint32_t>(SimilarStep(query.size, length)));
 
   for (; !columns.empty(); columns = columns.subspan(length)) {
     for (std::size_t part = 0; part < kBlockNames; part += kRegisterNames) {
@@ -164,6 +191,18 @@ QM_SIMD_KERNEL void CountAgreements(const KernelQuery& query, std::span<const Na
           prefix[r] = Simd::Or(prefix[r], Simd::And(masks[j][r], place));
         }
       }
+      Vector similar[kSimilarToo ? kMost : 1][kParts];
+      Vector similar_count[kParts];
+      if constexpr (kSimilarToo) {
+        for (std::size_t j = 0; j < length; ++j) {
+          similar_tables.Find(columns[j].lane.data() + part, similar[j]);
+          if (j >= reaching) continue;
+          for (std::size_t r = 0; r < kParts; ++r) {
+            similar[j][r] = Simd::And(similar[j][r], idle[j][r]);
+          }
+        }
+        CountSimilar<kBits>(query.size, length, matched, similar, similar_count);
+      }
       for (std::size_t r = 0; r < kParts; ++r) {
         common[r] = Simd::Add<kBits>(all, unmatched[r]);
         out_of_order[r] = unmatched[r];
@@ -177,7 +216,16 @@ QM_SIMD_KERNEL void CountAgreements(const KernelQuery& query, std::span<const Na
               out_of_order[r], Simd::Equal<kBits>(Simd::And(next, masks[j][r]), Simd::Zero()));
         }
       }
-      StoreAgreements<kBits>(common, out_of_order, prefix, places + part);
+      Vector words[2];
+      FindPlaces<kBits>(common, out_of_order, prefix, words);
+      if constexpr (kSimilarToo) {
+        Vector counts[2];
+        Widen<kBits>(similar_count, counts);
+        for (std::size_t k = 0; k < 2; ++k) {
+          words[k] = Simd::Add<16>(words[k], Simd::Multiply16(counts[k], step));
+        }
+      }
+      Simd::StoreWords(words[0], words[1], places + part);
     }
     places += kBlockNames;
   }
@@ -200,9 +248,11 @@ QM_SIMD Vector CountBits(Vector bits) {
 
 // As in prepared_comparator.cpp, a column of the matrix for each character of the names.
 template <int kBits, bool kUpperCodes>
-QM_SIMD_KERNEL void CountDistances(const KernelQuery& query, std::span<const NameColumn> columns,
-                                   std::size_t length, std::uint16_t* places) {
+QM_SIMD_KERNEL void CountDistances(const KernelQueries& queries,
+                                   std::span<const NameColumn> columns, std::size_t length,
+                                   std::uint16_t* places) {
   constexpr std::size_t kParts = kBits / 8;
+  const KernelQuery& query = queries.equal;
   QueryTables<kBits, kUpperCodes> tables;
   tables.Load(query);
   const Vector ones = Simd::Set<8>(0xFF);
@@ -253,26 +303,27 @@ QM_SIMD_KERNEL void CountDistances(const KernelQuery& query, std::span<const Nam
   }
 }
 
-// The narrowest lanes that hold the prepared text.
-void Agreements(const KernelQuery& query, std::span<const NameColumn> columns, std::size_t length,
-                std::uint16_t* places) {
-  const std::size_t width = query.size <= 8 ? 0 : query.size <= 16 ? 1 : 2;
-  static constexpr DictionaryKernel::Count kCounts[3][2] = {
-      {CountAgreements<8, false>, CountAgreements<8, true>},
-      {CountAgreements<16, false>, CountAgreements<16, true>},
-      {CountAgreements<32, false>, CountAgreements<32, true>}};
-  kCounts[width][query.upper_codes ? 1 : 0](query, columns, length, places);
+template <int kBits, bool kUpperCodes, Counted kCounted>
+constexpr DictionaryKernel::Count CountOf() {
+  if constexpr (kCounted == Counted::kDistances) return CountDistances<kBits, kUpperCodes>;
+  return CountAgreements<kBits, kUpperCodes, kCounted == Counted::kSimilarAgreements>;
 }
 
-void Distances(const KernelQuery& query, std::span<const NameColumn> columns, std::size_t length,
-               std::uint16_t* places) {
-  const std::size_t width = query.size <= 8 ? 0 : query.size <= 16 ? 1 : 2;
+// By the narrowest lanes that hold the prepared text.
+template <Counted kCounted>
+void Count(const KernelQueries& queries, std::span<const NameColumn> columns, std::size_t length,
+           std::uint16_t* places) {
   static constexpr DictionaryKernel::Count kCounts[3][2] = {
-      {CountDistances<8, false>, CountDistances<8, true>},
-      {CountDistances<16, false>, CountDistances<16, true>},
-      {CountDistances<32, false>, CountDistances<32, true>}};
-  kCounts[width][query.upper_codes ? 1 : 0](query, columns, length, places);
+      {CountOf<8, false, kCounted>(), CountOf<8, true, kCounted>()},
+      {CountOf<16, false, kCounted>(), CountOf<16, true, kCounted>()},
+      {CountOf<32, false, kCounted>(), CountOf<32, true, kCounted>()}};
+  const std::size_t size = queries.equal.size;
+  const std::size_t width = size <= 8 ? 0 : size <= 16 ? 1 : 2;
+  kCounts[width][queries.equal.upper_codes ? 1 : 0](queries, columns, length, places);
 }
+
+constexpr std::array<DictionaryKernel::Count, 3> kCounts = {
+    Count<Counted::kAgreements>, Count<Counted::kSimilarAgreements>, Count<Counted::kDistances>};
 
 }  // namespace
 

@@ -84,7 +84,7 @@ struct Simd {
 
 namespace qm {
 
-const DictionaryKernel kSsse3Kernel = {"SSSE3", Agreements, Distances};
+const DictionaryKernel kSsse3Kernel = {"SSSE3", kCounts};
 
 }  // namespace qm
 

@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "comparison/comparator_formulas.h"
 #include "comparison/score_tables.h"
 #include "comparison/short_text.h"
 #include "comparison/string_comparator.h"
@@ -45,18 +46,28 @@ std::uint32_t HashOf(std::string_view name) {
 }
 
 // Characters that the alphabet lacks agree with nothing in it.
-KernelQuery MakeQuery(const std::u32string& text, std::size_t alphabet) {
-  KernelQuery query;
-  query.size = text.size();
-  query.upper_codes = kAlphabetCharacters[alphabet].size() >= kCodesOfATable;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned code = text[i] < 128 ? kCodes[alphabet][text[i]] : 0;
-    if (code == 0) continue;
-    auto& tables = code < kCodesOfATable ? query.low : query.high;
-    auto& places = tables[i / 8][code % kCodesOfATable];
-    places = static_cast<std::uint8_t>(places | 1U << (i % 8));
+KernelQueries MakeQueries(const std::u32string& text, std::size_t alphabet,
+                          std::size_t prefix_end) {
+  KernelQueries queries;
+  for (KernelQuery* query : {&queries.equal, &queries.similar}) {
+    query->size = text.size();
+    query->prefix_end = prefix_end;
+    query->upper_codes = kAlphabetCharacters[alphabet].size() >= kCodesOfATable;
   }
-  return query;
+  for (std::size_t k = 0; k < kAlphabetCharacters[alphabet].size(); ++k) {
+    const auto character = static_cast<unsigned char>(kAlphabetCharacters[alphabet][k]);
+    const std::size_t index = (k + 1) % kCodesOfATable;
+    const bool upper = k + 1 >= kCodesOfATable;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const auto put = [&](KernelQuery& query) {
+        auto& places = (upper ? query.high : query.low)[i / 8][index];
+        places = static_cast<std::uint8_t>(places | 1U << (i % 8));
+      };
+      if (text[i] == character) put(queries.equal);
+      if (AreSimilar(text[i], character)) put(queries.similar);
+    }
+  }
+  return queries;
 }
 
 template <typename Score>
@@ -66,6 +77,65 @@ Score AsScore(double agreement) {
   } else {
     return Percent(agreement);
   }
+}
+
+// The scores of Winkler's full comparator, which has too many for a table of all: computed where
+// they are met first, for names of one length.
+template <typename Score>
+class FullScores {
+ public:
+  FullScores(bool digit_first, std::size_t size) : digit_first_(digit_first), size_(size) {}
+
+  void Start(std::size_t length) {
+    length_ = length;
+    const std::size_t steps = std::min(size_, length) + 1;
+    scores_.assign(steps * SimilarStep(size_, length), kUnknown);
+  }
+  Score operator[](std::size_t place) {
+    Score& score = scores_[place];
+    if (score == kUnknown) {
+      const auto [agreement, prefix] = CountsAt(place, size_, length_);
+      score =
+          AsScore<Score>(WinklerFullScore(JaroScore(agreement, size_, length_), agreement.common,
+                                          prefix, size_, length_, digit_first_));
+    }
+    return score;
+  }
+
+ private:
+  static constexpr Score kUnknown = static_cast<Score>(255);
+
+  bool digit_first_;
+  std::size_t size_;
+  std::size_t length_ = 0;
+  std::vector<Score> scores_;
+};
+
+// The same for the others, from the tables.
+template <typename Score>
+class TableScores {
+ public:
+  TableScores(std::int32_t parameter, std::size_t size)
+      : tables_(ScoreTables::For(parameter)), size_(size) {}
+
+  void Start(std::size_t length) {
+    if constexpr (std::is_same_v<Score, double>) {
+      scores_ = tables_.Scores(size_, length);
+    } else {
+      scores_ = tables_.Percents(size_, length);
+    }
+  }
+  Score operator[](std::size_t place) const { return scores_[place]; }
+
+ private:
+  const ScoreTables& tables_;
+  std::size_t size_;
+  const Score* scores_ = nullptr;
+};
+
+Counted CountedFor(std::int32_t parameter) {
+  if (parameter == kAlignmentDistance) return Counted::kDistances;
+  return parameter == kWinklerFull ? Counted::kSimilarAgreements : Counted::kAgreements;
 }
 
 }  // namespace
@@ -162,30 +232,30 @@ std::uint32_t NameDictionary::Append(std::string_view name) {
   return static_cast<std::uint32_t>(bucket.blocks.back() * kBlockNames + lane);
 }
 
-template <typename Score, typename Table>
-void NameDictionary::Compare(const PreparedComparator& text, std::span<Score> scores,
-                             Table table) const {
-  const std::u32string characters = Characters(text.text());
-  const bool vectors =
-      !characters.empty() && characters.size() <= kMost && text.parameter() != kWinklerFull;
-  const ScoreTables& tables = ScoreTables::For(text.parameter());
-  const auto count =
-      text.parameter() == kAlignmentDistance ? kernel_->distances : kernel_->agreements;
-  std::array<KernelQuery, kAlphabets> queries;
-  if (vectors) {
-    for (std::size_t a = 0; a < kAlphabets; ++a) queries[a] = MakeQuery(characters, a);
+template <typename Score>
+void NameDictionary::CompareOneByOne(const Bucket& bucket, const PreparedComparator& text,
+                                     std::span<Score> scores) const {
+  for (std::size_t n = 0; n < bucket.names; ++n) {
+    const std::size_t number = bucket.blocks[n / kBlockNames] * kBlockNames + n % kBlockNames;
+    scores[number] = AsScore<Score>(text.Compare(Name(static_cast<std::uint32_t>(number))));
   }
+}
+
+template <typename Score, typename ScoreOf>
+void NameDictionary::CompareAtOnce(const std::u32string& text, std::int32_t parameter,
+                                   ScoreOf score_of, std::span<Score> scores) const {
+  std::size_t prefix_end = std::min(kLongestPrefix, text.size());
+  if (parameter == kWinklerFull) {
+    const auto digit = std::find_if(text.begin(), text.end(), IsDigitCode);
+    prefix_end = std::min(prefix_end, static_cast<std::size_t>(digit - text.begin()));
+  }
+  const std::array<KernelQueries, kAlphabets> queries = {MakeQueries(text, kLetters, prefix_end),
+                                                         MakeQueries(text, kDigits, prefix_end)};
+  const auto count = kernel_->counts[static_cast<std::size_t>(CountedFor(parameter))];
   std::array<std::uint16_t, kBlocksAtOnce * kBlockNames> places;
   for (const Bucket& bucket : buckets_) {
-    if (bucket.names == 0) continue;
-    if (!vectors || bucket.length == 0) {
-      for (std::size_t n = 0; n < bucket.names; ++n) {
-        const std::size_t number = bucket.blocks[n / kBlockNames] * kBlockNames + n % kBlockNames;
-        scores[number] = AsScore<Score>(text.Compare(Name(static_cast<std::uint32_t>(number))));
-      }
-      continue;
-    }
-    const Score* const values = (tables.*table)(characters.size(), bucket.length);
+    if (bucket.names == 0 || bucket.length == 0) continue;
+    score_of.Start(bucket.length);
     for (std::size_t block = 0; block < bucket.blocks.size(); block += kBlocksAtOnce) {
       const std::size_t some = std::min(kBlocksAtOnce, bucket.blocks.size() - block);
       count(queries[bucket.alphabet],
@@ -194,19 +264,36 @@ void NameDictionary::Compare(const PreparedComparator& text, std::span<Score> sc
       for (std::size_t k = 0; k < some; ++k) {
         Score* const to = scores.data() + bucket.blocks[block + k] * kBlockNames;
         const std::uint16_t* const from = places.data() + k * kBlockNames;
-        for (std::size_t lane = 0; lane < kBlockNames; ++lane) to[lane] = values[from[lane]];
+        for (std::size_t lane = 0; lane < kBlockNames; ++lane) to[lane] = score_of[from[lane]];
       }
     }
   }
 }
 
+template <typename Score>
+void NameDictionary::Compare(const PreparedComparator& text, std::span<Score> scores) const {
+  const std::u32string characters = Characters(text.text());
+  if (characters.empty() || characters.size() > kMost) {
+    for (const Bucket& bucket : buckets_) CompareOneByOne(bucket, text, scores);
+    return;
+  }
+  CompareOneByOne(buckets_[kOddBucket], text, scores);
+  if (text.parameter() == kWinklerFull) {
+    CompareAtOnce(characters, text.parameter(),
+                  FullScores<Score>(IsDigitCode(characters[0]), characters.size()), scores);
+  } else {
+    CompareAtOnce(characters, text.parameter(),
+                  TableScores<Score>(text.parameter(), characters.size()), scores);
+  }
+}
+
 void NameDictionary::Scores(const PreparedComparator& text, std::span<double> scores) const {
-  Compare(text, scores, &ScoreTables::Scores);
+  Compare(text, scores);
 }
 
 void NameDictionary::Percents(const PreparedComparator& text,
                               std::span<std::uint8_t> percents) const {
-  Compare(text, percents, &ScoreTables::Percents);
+  Compare(text, percents);
 }
 
 }  // namespace qm

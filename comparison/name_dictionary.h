@@ -6,10 +6,10 @@
 // dense, since names are held in blocks of 32 of one length: size an array of scores by `Limit()`,
 // and take from it only numbers that `Add` gave. Scores are `PlainCompare`'s, to the last bit.
 //
-// Cost: some nanoseconds a name, by the widest vector registers that the processor has, for the
-// comparators 0, 1 and 3 with a prepared text of at most 24 characters. Longer texts, comparator 2
-// and odd names (longer than 24 characters, not ASCII, or of letters and digits mixed) are compared
-// one by one. Memory: the characters twice and about 16 bytes a name.
+// Cost: some nanoseconds a name, by the widest vector registers that the processor has, with a
+// prepared text of at most 24 characters. Longer texts and odd names (longer than 24 characters,
+// not ASCII, or of letters and digits mixed) are compared one by one. Memory: the characters twice
+// and about 16 bytes a name.
 //
 // Comparing changes nothing, so many threads may compare at once while none adds. It is the
 // built-in comparators that compare: ask first whether a comparison library serves in their place.
@@ -78,8 +78,14 @@ class NameDictionary {
   std::size_t SlotOf(std::string_view name, std::uint32_t hash) const;
   std::uint32_t Append(std::string_view name);
   void Grow();
-  template <typename Score, typename Table>
-  void Compare(const PreparedComparator& text, std::span<Score> scores, Table table) const;
+  template <typename Score>
+  void CompareOneByOne(const Bucket& bucket, const PreparedComparator& text,
+                       std::span<Score> scores) const;
+  template <typename Score, typename ScoreOf>
+  void CompareAtOnce(const std::u32string& text, std::int32_t parameter, ScoreOf score_of,
+                     std::span<Score> scores) const;
+  template <typename Score>
+  void Compare(const PreparedComparator& text, std::span<Score> scores) const;
 
   const DictionaryKernel* kernel_;
   std::vector<Bucket> buckets_;

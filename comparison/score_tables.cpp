@@ -2,15 +2,23 @@
 
 #include <qm/conversions.h>
 
-#include <algorithm>
-
-#include "comparison/comparator_formulas.h"
 #include "comparison/string_comparator.h"
 
 namespace qm {
 
 std::uint8_t Percent(double agreement) {
   return static_cast<std::uint8_t>(RoundHalfEven(agreement * 100));
+}
+
+PlaceCounts CountsAt(std::size_t place, std::size_t size_a, std::size_t size_b) {
+  const std::size_t step = SimilarStep(size_a, size_b);
+  PlaceCounts counts;
+  counts.agreement.similar = place / step;
+  counts.prefix = place % step % (kLongestPrefix + 1);
+  auto& [common, transposed, similar] = counts.agreement;
+  while (AgreementPlace(common + 1, 0, 0) <= place % step) ++common;
+  transposed = (place % step - AgreementPlace(common, 0, 0)) / (kLongestPrefix + 1);
+  return counts;
 }
 
 const ScoreTables& ScoreTables::For(std::int32_t parameter) {

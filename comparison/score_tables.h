@@ -7,11 +7,13 @@
 // and may be read by many threads.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
+#include "comparison/comparator_formulas.h"
 #include "comparison/short_text.h"
 
 namespace qm {
@@ -22,6 +24,19 @@ constexpr std::size_t AgreementPlace(std::size_t common, std::size_t transposed,
                                      std::size_t prefix) {
   return 5 * ((common + 1) * (common + 1) / 4 + transposed) + prefix;
 }
+
+/// A place that counts similar characters too has this added for each of them; it is one more than
+/// the last place without them.
+constexpr std::size_t SimilarStep(std::size_t size_a, std::size_t size_b) {
+  return AgreementPlace(std::min(size_a, size_b) + 1, 0, 0);
+}
+
+/// What was counted at a place of two texts, similar characters too.
+struct PlaceCounts {
+  Agreement agreement;
+  std::size_t prefix = 0;
+};
+PlaceCounts CountsAt(std::size_t place, std::size_t size_a, std::size_t size_b);
 
 /// An agreement in hundredths, rounded as the scorer of match rules rounds it.
 std::uint8_t Percent(double agreement);
