@@ -26,19 +26,12 @@ class ShortText {
 
   /// Whether the text is short and ASCII; otherwise nothing is kept of it.
   bool Assign(std::string_view text, Filler filler) {
-    const char* const p = text.data();
-    const std::size_t n = text.size();
-    if (n > kMost) return false;
-    std::uint64_t first = n >= 8 ? Read<std::uint64_t>(p) : ReadFew(p, n);
-    std::uint64_t second = 0;
-    std::uint64_t third = 0;
-    if (n > 8) second = n >= 16 ? Read<std::uint64_t>(p + 8) : ReadRest(p, n);
-    if (n > 16) third = ReadRest(p, n);
-    if (((first | second | third) & kTopBits) != 0) return false;
     const std::uint64_t fill = kOnes * filler;
-    words_ = {n < 8 ? first | fill << (8 * n) : first, Filled(second, fill, n, 8),
-              Filled(third, fill, n, 16)};
-    size_ = n;
+    if (text.size() > 8) return AssignLong(text, fill);
+    const std::uint64_t word = ReadUpToEight(text.data(), text.size());
+    if ((word & kTopBits) != 0) return false;
+    words_ = {word | FillFrom(fill, text.size()), fill, fill};
+    size_ = text.size();
     return true;
   }
 
@@ -66,8 +59,8 @@ class ShortText {
     }
     return word;
   }
-  // Less than eight characters, by reads that overlap: what they share is the same.
-  static std::uint64_t ReadFew(const char* p, std::size_t n) {
+  // By reads that overlap: what they share is the same.
+  static std::uint64_t ReadUpToEight(const char* p, std::size_t n) {
     if (n >= 4) {
       return Read<std::uint32_t>(p) | std::uint64_t{Read<std::uint32_t>(p + n - 4)}
                                           << (8 * (n - 4));
@@ -77,14 +70,22 @@ class ShortText {
            std::uint64_t{Read<std::uint8_t>(p + n / 2)} << (8 * (n / 2)) |
            std::uint64_t{Read<std::uint8_t>(p + n - 1)} << (8 * (n - 1));
   }
-  // What stands behind the last full word of a longer text.
-  static std::uint64_t ReadRest(const char* p, std::size_t n) {
-    return Read<std::uint64_t>(p + n - 8) >> (8 * ((24 - n) % 8));
+  // The filler behind a word's first characters, up to all eight of them.
+  static std::uint64_t FillFrom(std::uint64_t fill, std::size_t characters) {
+    return fill << (4 * characters) << (4 * characters);
   }
-  static std::uint64_t Filled(std::uint64_t word, std::uint64_t fill, std::size_t n,
-                              std::size_t first) {
-    if (n <= first) return fill;
-    return n < first + 8 ? word | fill << (8 * (n - first)) : word;
+  bool AssignLong(std::string_view text, std::uint64_t fill) {
+    const std::size_t n = text.size();
+    if (n > kMost) return false;
+    const std::uint64_t first = Read<std::uint64_t>(text.data());
+    // What stands behind the last full word.
+    const std::uint64_t last = Read<std::uint64_t>(text.data() + n - 8) >> (8 * ((24 - n) % 8));
+    const std::uint64_t second = n > 16 ? Read<std::uint64_t>(text.data() + 8) : last;
+    if (((first | second | last) & kTopBits) != 0) return false;
+    words_ = {first, n > 16 ? second : last | FillFrom(fill, n - 8),
+              n > 16 ? last | FillFrom(fill, n - 16) : fill};
+    size_ = n;
+    return true;
   }
 
   std::array<std::uint64_t, 3> words_{};
