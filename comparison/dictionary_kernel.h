@@ -38,7 +38,8 @@ constexpr std::uint8_t EncodedCode(unsigned code) {
   return static_cast<std::uint8_t>((code & 15U) | (code >> 4U) << 7U);
 }
 
-/// The same text, and with `similar` the places that hold what is similar to a code.
+/// The text, and for the counting of similar characters the places that hold one similar to a code
+/// (its tables only).
 struct KernelQueries {
   KernelQuery equal;
   KernelQuery similar;

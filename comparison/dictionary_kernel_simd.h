@@ -246,7 +246,7 @@ QM_SIMD Vector CountBits(Vector bits) {
   return Simd::And(count, Simd::Set<kBits>(0xFF));
 }
 
-// As in prepared_comparator.cpp, a column of the matrix for each character of the names.
+// As in agreement_bits.h, a column of the matrix for each character of the names.
 template <int kBits, bool kUpperCodes>
 QM_SIMD_KERNEL void CountDistances(const KernelQueries& queries,
                                    std::span<const NameColumn> columns, std::size_t length,

@@ -45,26 +45,29 @@ std::uint32_t HashOf(std::string_view name) {
   return static_cast<std::uint32_t>(hash ^ (hash >> 16U));
 }
 
+// Notes that the code stands for what is at a place of the text.
+void Put(KernelQuery& query, unsigned code, std::size_t place) {
+  auto& tables = code < kCodesOfATable ? query.low : query.high;
+  auto& places = tables[place / 8][code % kCodesOfATable];
+  places = static_cast<std::uint8_t>(places | 1U << (place % 8));
+}
+
 // Characters that the alphabet lacks agree with nothing in it.
-KernelQueries MakeQueries(const std::u32string& text, std::size_t alphabet,
-                          std::size_t prefix_end) {
+KernelQueries MakeQueries(const std::u32string& text, std::size_t alphabet, std::size_t prefix_end,
+                          bool similar_too) {
+  const std::string_view characters = kAlphabetCharacters[alphabet];
   KernelQueries queries;
-  for (KernelQuery* query : {&queries.equal, &queries.similar}) {
-    query->size = text.size();
-    query->prefix_end = prefix_end;
-    query->upper_codes = kAlphabetCharacters[alphabet].size() >= kCodesOfATable;
-  }
-  for (std::size_t k = 0; k < kAlphabetCharacters[alphabet].size(); ++k) {
-    const auto character = static_cast<unsigned char>(kAlphabetCharacters[alphabet][k]);
-    const std::size_t index = (k + 1) % kCodesOfATable;
-    const bool upper = k + 1 >= kCodesOfATable;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      const auto put = [&](KernelQuery& query) {
-        auto& places = (upper ? query.high : query.low)[i / 8][index];
-        places = static_cast<std::uint8_t>(places | 1U << (i % 8));
-      };
-      if (text[i] == character) put(queries.equal);
-      if (AreSimilar(text[i], character)) put(queries.similar);
+  queries.equal.size = text.size();
+  queries.equal.prefix_end = prefix_end;
+  queries.equal.upper_codes = characters.size() >= kCodesOfATable;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const unsigned code = text[i] < 128 ? kCodes[alphabet][text[i]] : 0;
+    if (code != 0) Put(queries.equal, code, i);
+    if (!similar_too) continue;
+    for (unsigned other = 1; other <= characters.size(); ++other) {
+      if (AreSimilar(text[i], static_cast<unsigned char>(characters[other - 1]))) {
+        Put(queries.similar, other, i);
+      }
     }
   }
   return queries;
@@ -249,8 +252,10 @@ void NameDictionary::CompareAtOnce(const std::u32string& text, std::int32_t para
     const auto digit = std::find_if(text.begin(), text.end(), IsDigitCode);
     prefix_end = std::min(prefix_end, static_cast<std::size_t>(digit - text.begin()));
   }
-  const std::array<KernelQueries, kAlphabets> queries = {MakeQueries(text, kLetters, prefix_end),
-                                                         MakeQueries(text, kDigits, prefix_end)};
+  std::array<KernelQueries, kAlphabets> queries;
+  for (std::size_t a = 0; a < kAlphabets; ++a) {
+    queries[a] = MakeQueries(text, a, prefix_end, parameter == kWinklerFull);
+  }
   const auto count = kernel_->counts[static_cast<std::size_t>(CountedFor(parameter))];
   std::array<std::uint16_t, kBlocksAtOnce * kBlockNames> places;
   for (const Bucket& bucket : buckets_) {
