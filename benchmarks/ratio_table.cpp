@@ -9,7 +9,7 @@ namespace qm::bench {
 namespace {
 
 constexpr std::string_view kByHand = ", by hand";
-constexpr int kRepetitions = 3;
+constexpr int kRepetitions = 7;
 
 std::string Duration(double nanoseconds) {
   char text[32];
@@ -23,9 +23,16 @@ std::string Duration(double nanoseconds) {
   return text;
 }
 
+// In the order of registration, whatever order they run in.
+std::vector<std::string>& Names() {
+  static std::vector<std::string> names;
+  return names;
+}
+
 }  // namespace
 
 void Compare(const std::string& name, Work library, Work by_hand) {
+  Names().push_back(name);
   for (auto& [title, work] : {std::pair{name, std::move(library)},
                               std::pair{name + std::string(kByHand), std::move(by_hand)}}) {
     benchmark::RegisterBenchmark(title.c_str(), work)->UseRealTime()->Repetitions(kRepetitions);
@@ -43,7 +50,6 @@ void RatioTable::ReportRuns(const std::vector<Run>& runs) {
     if (run.run_type != Run::RT_Iteration) continue;
     const bool by_hand = name.ends_with(kByHand);
     if (by_hand) name.resize(name.size() - kByHand.size());
-    if (costs_.count(name) == 0) order_.push_back(name);
     Costs& costs = costs_[name];
     double& cost = by_hand ? costs.by_hand : costs.library;
     const double now = 1e9 / run.counters.at("items_per_second");
@@ -53,8 +59,10 @@ void RatioTable::ReportRuns(const std::vector<Run>& runs) {
 
 void RatioTable::Finalize() {
   std::printf("%-48s %12s %12s %8s\n", "a unit of work", "library", "by hand", "ratio");
-  for (const std::string& name : order_) {
-    const Costs& costs = costs_[name];
+  for (const std::string& name : Names()) {
+    const auto found = costs_.find(name);
+    if (found == costs_.end()) continue;
+    const Costs& costs = found->second;
     std::printf("%-48s %12s %12s %8.2f\n", name.c_str(), Duration(costs.library).c_str(),
                 Duration(costs.by_hand).c_str(),
                 costs.by_hand > 0 ? costs.library / costs.by_hand : 0.0);

@@ -30,7 +30,6 @@ class RatioTable : public benchmark::BenchmarkReporter {
     double library = 0;  ///< nanoseconds a unit; 0 when it did not run
     double by_hand = 0;
   };
-  std::vector<std::string> order_;
   std::map<std::string, Costs> costs_;
   bool failed_ = false;
 };

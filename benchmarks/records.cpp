@@ -7,6 +7,7 @@
 #include <qm/registry_setup.h>
 #include <sqlite3.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -14,6 +15,7 @@
 #include <unordered_map>
 
 #include "benchmarks/ratio_table.h"
+#include "benchmarks/server_rows.h"
 #include "synthetic/generator.h"
 
 namespace qm::bench {
@@ -299,6 +301,11 @@ int main(int argc, char** argv) {
     CompareMoves(registry, hand);
     CompareMovesWithReads(registry, hand);
     CompareEdits(registry, hand);
+    for (const auto& [engine, variable] :
+         {std::pair{"PostgreSQL", "QM_TEST_POSTGRESQL"}, std::pair{"MariaDB", "QM_TEST_MARIADB"}}) {
+      const char* server = std::getenv(variable);
+      if (server != nullptr && *server != '\0') CompareServerRows(engine, server);
+    }
     RatioTable table;
     benchmark::RunSpecifiedBenchmarks(&table);
     benchmark::Shutdown();

@@ -53,4 +53,9 @@ void RaiseData(std::int32_t number, std::string_view detail) {
   throw Error(number, "QMDataObjects2.DataAccess", description);
 }
 
+bool IsConnectionLost(const Error& failure) {
+  return failure.engine_code() != 0 &&
+         std::string_view(failure.description()).starts_with(kConnectionLost);
+}
+
 }  // namespace qm

@@ -12,4 +12,11 @@ namespace qm {
 /// appended after a colon.
 [[noreturn]] void RaiseData(std::int32_t number, std::string_view detail = {});
 
+/// How a provider begins to say that its server is gone; what the engine says of it may follow.
+/// The failure has the number kErrEngine and an engine's code.
+inline constexpr std::string_view kConnectionLost = "the connection to the server is lost";
+
+/// Whether a failure, also one raised again under another number, says so.
+bool IsConnectionLost(const Error& failure);
+
 }  // namespace qm

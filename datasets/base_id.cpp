@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@
 #include <qm/recordset.h>
 
 #include "dataaccess/connection_impl.h"
+#include "dataaccess/data_error.h"
 #include "session/session_state.h"
 
 namespace qm {
@@ -31,17 +33,24 @@ class ErrorState {
     try {
       step();
     } catch (const Error& failure) {
-      number_ = failure.number();
-      description_ = failure.description();
+      last_ = failure;
+      if (IsConnectionLost(failure)) lost_ = failure;
     }
   }
-  void Clear() { *this = {}; }
-  bool Failed() const { return number_ != 0; }
-  std::string Text() const { return description_ + "(" + std::to_string(number_) + ")"; }
+  void Clear() {
+    last_.reset();
+    lost_.reset();
+  }
+  bool Failed() const { return last_.has_value(); }
+  /// The failure that says that the connection is gone, also when others came behind it.
+  const std::optional<Error>& Lost() const { return lost_; }
+  std::string Text() const {
+    return last_ ? last_->description() + ("(" + std::to_string(last_->number()) + ")") : "(0)";
+  }
 
  private:
-  std::int32_t number_ = 0;
-  std::string description_;
+  std::optional<Error> last_;
+  std::optional<Error> lost_;
 };
 
 // The random part drives competing users apart.
@@ -134,16 +143,14 @@ bool AskToRetry(std::string_view counter, const ErrorState& error) {
                       .title = "Velmora"}) == MessageAnswer::kYes;
 }
 
-}  // namespace
-
 // Whether a pass after the sixth retry succeeded is not looked at: the user is asked even so.
-std::int32_t GetNextBaseID(std::string_view strTable) {
+// `error` ends as the last pass left it.
+std::int32_t NextBaseID(std::string_view strTable, ErrorState& error) {
   const std::string sql =
       "select BaseID from BaseIDs where BaseIDName='" + std::string(strTable) + "'";
   const std::shared_ptr<Recordset> counter = CurrentSession().gcnRegistry.Get()->CreateRecordset();
   std::int32_t result = 0;
   std::int16_t retries = 0;
-  ErrorState error;
   const auto start_again = [&] {
     ErrorState unheeded;
     unheeded.Run([&] { counter->CancelUpdate(); });
@@ -188,9 +195,18 @@ std::int32_t GetNextBaseID(std::string_view strTable) {
   return result;
 }
 
+}  // namespace
+
+std::int32_t GetNextBaseID(std::string_view strTable) {
+  ErrorState error;
+  return NextBaseID(strTable, error);
+}
+
 std::int32_t RequireNextBaseID(std::string_view strTable) {
-  const std::int32_t id = GetNextBaseID(strTable);
+  ErrorState error;
+  const std::int32_t id = NextBaseID(strTable, error);
   if (id < 1) {
+    if (error.Lost()) throw *error.Lost();
     throw Error(kErrNoCurrentRecord, "QMDataObjects2",
                 "the counter " + std::string(strTable) + " of BaseIDs gives no identifier: " +
                     (id == 0 ? "it is not there" : "it stays locked"));

@@ -17,11 +17,6 @@ bool IsSmallWhole(VarType type) {
          type == VarType::kInteger;
 }
 
-void RefuseNonValue(const Variant& operand) {
-  if (operand.Type() == VarType::kObject) RaiseRunTime(kErrObjectNotSet);
-  if (operand.IsArray()) RaiseRunTime(kErrTypeMismatch);
-}
-
 // Byte, Integer or Long of two whole operands.
 VarType WholeType(VarType a, VarType b) {
   if (!IsSmallWhole(a) || !IsSmallWhole(b)) return VarType::kLong;

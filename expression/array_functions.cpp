@@ -97,7 +97,7 @@ Variant Filter(Arguments args) {
   return Variant(std::move(kept));
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kArrayFunctions = {
     Function{"Array", 0, kAnyNumber, MakeArray},
     Function{"LBound", 1, 2, LBound},
     Function{"UBound", 1, 2, UBound},
@@ -108,6 +108,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> ArrayFunctions() { return kFunctions; }
+std::span<const Function> ArrayFunctions() { return kArrayFunctions; }
 
 }  // namespace qm

@@ -90,7 +90,7 @@ Variant ChrB(Arguments args) {
   RaiseRunTime(kErrInvalidCall);
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kByteFunctions = {
     Function{"LenB", 1, 1, LenB},     Function{"LeftB", 2, 2, LeftB},
     Function{"RightB", 2, 2, RightB}, Function{"MidB", 2, 3, MidB},
     Function{"InStrB", 2, 4, InStrB}, Function{"AscB", 1, 1, AscB},
@@ -99,6 +99,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> ByteFunctions() { return kFunctions; }
+std::span<const Function> ByteFunctions() { return kByteFunctions; }
 
 }  // namespace qm

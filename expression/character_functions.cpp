@@ -69,7 +69,7 @@ Variant ChrW(Arguments args) {
   return Encode(static_cast<std::uint16_t>(code));
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kCharacterFunctions = {
     Function{"Asc", 1, 1, Asc},
     Function{"AscW", 1, 1, AscW},
     Function{"Chr", 1, 1, Chr},
@@ -78,6 +78,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> CharacterFunctions() { return kFunctions; }
+std::span<const Function> CharacterFunctions() { return kCharacterFunctions; }
 
 }  // namespace qm

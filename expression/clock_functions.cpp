@@ -27,9 +27,9 @@ Moment LocalMoment(std::time_t time) {
   return AddSeconds({static_cast<std::int64_t>(day), 0}, second);
 }
 
-Variant Now(Arguments) { return ToDate(LocalMoment(std::time(nullptr))); }
-Variant Today(Arguments) { return ToDate(Moment{LocalMoment(std::time(nullptr)).day, 0}); }
-Variant Time(Arguments) { return ToDate(Moment{0, LocalMoment(std::time(nullptr)).second}); }
+Variant Now(Arguments) { return DateOf(LocalMoment(std::time(nullptr))); }
+Variant Today(Arguments) { return DateOf(Moment{LocalMoment(std::time(nullptr)).day, 0}); }
+Variant Time(Arguments) { return DateOf(Moment{0, LocalMoment(std::time(nullptr)).second}); }
 
 // Seconds since midnight with their fraction.
 Variant Timer(Arguments) {
@@ -41,7 +41,7 @@ Variant Timer(Arguments) {
   return static_cast<float>(second) + fraction.count();
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kClockFunctions = {
     Function{"Now", 0, 0, Now},
     Function{"Date", 0, 0, Today},
     Function{"Time", 0, 0, Time},
@@ -50,6 +50,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> ClockFunctions() { return kFunctions; }
+std::span<const Function> ClockFunctions() { return kClockFunctions; }
 
 }  // namespace qm

@@ -26,11 +26,6 @@ bool IsDecided(Operator op, std::partial_ordering order) {
   }
 }
 
-void RefuseNonValue(const Variant& operand) {
-  if (operand.Type() == VarType::kObject) RaiseRunTime(kErrObjectNotSet);
-  if (operand.IsArray()) RaiseRunTime(kErrTypeMismatch);
-}
-
 std::partial_ordering OrderNumbers(const Variant& a, const Variant& b) {
   const auto either = [&a, &b](VarType type) { return a.Type() == type || b.Type() == type; };
   if (either(VarType::kCurrency)) return ToCurrency(a).scaled <=> ToCurrency(b).scaled;
@@ -75,6 +70,11 @@ bool IsSameObject(const Variant& left, const Variant& right) {
 }
 
 }  // namespace
+
+void RefuseNonValue(const Variant& operand) {
+  if (operand.Type() == VarType::kObject) RaiseRunTime(kErrObjectNotSet);
+  if (operand.IsArray()) RaiseRunTime(kErrTypeMismatch);
+}
 
 Variant Compare(Operator op, const Variant& left, const Variant& right, Literals literals) {
   if (op == Operator::kIs) return IsSameObject(left, right);

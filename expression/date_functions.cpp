@@ -66,12 +66,12 @@ Variant DateSerial(Arguments args) {
   int year = ToInt16(args[0]);
   if (year >= 0 && year < 100) year += year < 30 ? 2000 : 1900;
   const double day = SerialOfDay(year, ToInt16(args[1]), ToInt16(args[2]));
-  return ToDate(Moment{static_cast<std::int64_t>(day), 0});
+  return DateOf(Moment{static_cast<std::int64_t>(day), 0});
 }
 
 Variant TimeSerial(Arguments args) {
   const std::int64_t minutes = std::int64_t{ToInt16(args[0])} * 60 + ToInt16(args[1]);
-  return ToDate(AddSeconds({}, minutes * 60 + ToInt16(args[2])));
+  return DateOf(AddSeconds({}, minutes * 60 + ToInt16(args[2])));
 }
 
 // Only what reads as a date is one here; a number is not.
@@ -81,10 +81,10 @@ Moment ReadMoment(const Variant& value) {
   return ToMoment(*date);
 }
 
-Variant DateValue(Arguments args) { return ToDate(Moment{ReadMoment(args[0]).day, 0}); }
-Variant TimeValue(Arguments args) { return ToDate(Moment{0, ReadMoment(args[0]).second}); }
+Variant DateValue(Arguments args) { return DateOf(Moment{ReadMoment(args[0]).day, 0}); }
+Variant TimeValue(Arguments args) { return DateOf(Moment{0, ReadMoment(args[0]).second}); }
 
-constexpr std::array kFunctions = {
+constexpr std::array kDateFunctions = {
     Function{"Year", 1, 1, Part<YearOf>},         Function{"Month", 1, 1, Part<MonthOf>},
     Function{"Day", 1, 1, Part<DayOf>},           Function{"Hour", 1, 1, Part<HourOf>},
     Function{"Minute", 1, 1, Part<MinuteOf>},     Function{"Second", 1, 1, Part<SecondOf>},
@@ -96,6 +96,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> DateFunctions() { return kFunctions; }
+std::span<const Function> DateFunctions() { return kDateFunctions; }
 
 }  // namespace qm

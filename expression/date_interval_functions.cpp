@@ -96,25 +96,25 @@ Variant DateAdd(Arguments args) {
   const Moment moment = ToMoment(args[2]);
   switch (interval) {
     case Interval::kYear:
-      return ToDate(AddMonths(moment, number * 12));
+      return DateOf(AddMonths(moment, number * 12));
     case Interval::kQuarter:
-      return ToDate(AddMonths(moment, number * 3));
+      return DateOf(AddMonths(moment, number * 3));
     case Interval::kMonth:
-      return ToDate(AddMonths(moment, number));
+      return DateOf(AddMonths(moment, number));
     case Interval::kDayOfYear:
     case Interval::kDay:
     case Interval::kWeekday:
-      return ToDate(Moment{moment.day + number, moment.second});
+      return DateOf(Moment{moment.day + number, moment.second});
     case Interval::kWeek:
-      return ToDate(Moment{moment.day + number * 7, moment.second});
+      return DateOf(Moment{moment.day + number * 7, moment.second});
     case Interval::kHour:
-      return ToDate(AddSeconds(moment, number * 3600));
+      return DateOf(AddSeconds(moment, number * 3600));
     case Interval::kMinute:
-      return ToDate(AddSeconds(moment, number * 60));
+      return DateOf(AddSeconds(moment, number * 60));
     case Interval::kSecond:
       break;
   }
-  return ToDate(AddSeconds(moment, number));
+  return DateOf(AddSeconds(moment, number));
 }
 
 // The number of the interval in which a moment stands, counted from some fixed one.
@@ -190,7 +190,7 @@ Variant DatePart(Arguments args) {
   return static_cast<std::int16_t>(PartOf(interval, ToMoment(args[1]), weeks));
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kDateIntervalFunctions = {
     Function{"DateAdd", 3, 3, DateAdd},
     Function{"DateDiff", 3, 5, DateDiff},
     Function{"DatePart", 2, 4, DatePart},
@@ -198,6 +198,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> DateIntervalFunctions() { return kFunctions; }
+std::span<const Function> DateIntervalFunctions() { return kDateIntervalFunctions; }
 
 }  // namespace qm

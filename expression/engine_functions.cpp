@@ -58,7 +58,7 @@ Variant Refuse(Arguments) {
   RaiseRunTime(kError);
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kEngineFunctions = {
     Function{"Eval", 1, 1, nullptr, Eval},
     Function{"Rnd", 0, 1, nullptr, Rnd},
     Function{"ScriptEngine", 0, 0, Engine},
@@ -78,6 +78,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> EngineFunctions() { return kFunctions; }
+std::span<const Function> EngineFunctions() { return kEngineFunctions; }
 
 }  // namespace qm

@@ -68,13 +68,13 @@ Variant Unescape(Arguments args) {
   return FromUtf16(units);
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kEscapeFunctions = {
     Function{"Escape", 1, 1, Escape},
     Function{"Unescape", 1, 1, Unescape},
 };
 
 }  // namespace
 
-std::span<const Function> EscapeFunctions() { return kFunctions; }
+std::span<const Function> EscapeFunctions() { return kEscapeFunctions; }
 
 }  // namespace qm

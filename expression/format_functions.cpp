@@ -155,13 +155,13 @@ Variant FormatDateTime(Arguments args) {
   const Moment moment = ToMoment(args[0]);
   switch (form) {
     case 0:
-      return DateText(ToDate(moment));
+      return DateText(DateOf(moment));
     case 1:
       return LongDate(moment);
     case 2:
       return ShortDate(moment);
     case 3:
-      return DateText(ToDate(Moment{0, moment.second}));
+      return DateText(DateOf(Moment{0, moment.second}));
     case 4:
       return ShortTime(moment);
     default:
@@ -169,7 +169,7 @@ Variant FormatDateTime(Arguments args) {
   }
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kFormatFunctions = {
     Function{"FormatNumber", 1, 5, FormatNumber},
     Function{"FormatCurrency", 1, 5, FormatCurrency},
     Function{"FormatPercent", 1, 5, FormatPercent},
@@ -178,6 +178,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> FormatFunctions() { return kFunctions; }
+std::span<const Function> FormatFunctions() { return kFormatFunctions; }
 
 }  // namespace qm

@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
 bool IsNamePart(char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
 bool IsHexDigit(char c) { return IsDigit(c) || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f'); }

@@ -18,7 +18,7 @@ Moment AddSeconds(const Moment& moment, std::int64_t seconds) {
   return {moment.day + days, total - days * kSecondsOfDay};
 }
 
-Date ToDate(const Moment& moment) {
+Date DateOf(const Moment& moment) {
   const auto day = static_cast<double>(moment.day);
   if (day < kFirstDay || day > kLastDay) RaiseRunTime(kErrInvalidCall);
   return Combine(day, static_cast<double>(moment.second) / static_cast<double>(kSecondsOfDay));

@@ -22,7 +22,7 @@ struct Moment {
 Moment ToMoment(const Variant& value);
 /// The moment a number of seconds away; also how seconds outside a day are brought into it.
 Moment AddSeconds(const Moment& moment, std::int64_t seconds);
-Date ToDate(const Moment& moment);
+Date DateOf(const Moment& moment);
 
 /// 0 to 6: how far a day stands behind the last first day of a week (1 Sunday to 7 Saturday).
 std::int64_t DaysIntoWeek(std::int64_t day, std::int64_t first_day_of_week);

@@ -121,7 +121,7 @@ Variant Rgb(Arguments args) {
   return colour;
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kNumberFunctions = {
     Function{"Int", 1, 1, Int},
     Function{"Fix", 1, 1, Fix},
     Function{"Abs", 1, 1, Abs},
@@ -141,6 +141,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> NumberFunctions() { return kFunctions; }
+std::span<const Function> NumberFunctions() { return kNumberFunctions; }
 
 }  // namespace qm

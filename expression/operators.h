@@ -44,6 +44,8 @@ struct Literals {
   bool right = false;
 };
 
+/// Arithmetic and comparisons take no objects and no arrays.
+void RefuseNonValue(const Variant& operand);
 Variant Negate(const Variant& operand);
 Variant Arithmetic(Operator op, const Variant& left, const Variant& right);
 Variant Concatenate(const Variant& left, const Variant& right);

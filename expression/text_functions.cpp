@@ -114,7 +114,7 @@ Variant StrReverse(Arguments args) {
   return text;
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kTextFunctions = {
     Function{"Len", 1, 1, Len},       Function{"Left", 2, 2, Left},
     Function{"Right", 2, 2, Right},   Function{"Mid", 2, 3, Mid},
     Function{"UCase", 1, 1, UCase},   Function{"LCase", 1, 1, LCase},
@@ -125,6 +125,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> TextFunctions() { return kFunctions; }
+std::span<const Function> TextFunctions() { return kTextFunctions; }
 
 }  // namespace qm

@@ -92,7 +92,7 @@ Variant StrComp(Arguments args) {
   return static_cast<std::int16_t>(std::clamp(order, -1, 1));
 }
 
-constexpr std::array kFunctions = {
+constexpr std::array kTextSearchFunctions = {
     Function{"InStr", 2, 4, InStr},
     Function{"InStrRev", 2, 4, InStrRev},
     Function{"Replace", 3, 6, Replace},
@@ -101,6 +101,6 @@ constexpr std::array kFunctions = {
 
 }  // namespace
 
-std::span<const Function> TextSearchFunctions() { return kFunctions; }
+std::span<const Function> TextSearchFunctions() { return kTextSearchFunctions; }
 
 }  // namespace qm

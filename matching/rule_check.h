@@ -49,6 +49,7 @@ class RuleCheck {
   double CheckWeights();
   void CheckColumns(CheckedRule& rule);
   void CheckBlockingColumn(const CheckedRule& rule);
+  bool HasIndexFor(const std::string& patient_field) const;
   void CheckIgnoredValues(const CheckedRule& rule);
   void CheckDuplicates();
 
@@ -75,8 +76,6 @@ ScriptWords WordsOf(std::string_view expression);
 
 /// Whether the value stands in the list as a word or words of its own, not as a piece of another.
 bool StandsAlone(std::string_view list, std::string_view value);
-
-bool ContainsName(const std::vector<std::string>& names, std::string_view name);
 
 /// The columns that the candidate query selects of a patient, and the remote search of an abstract.
 const std::vector<std::string>& CandidateColumns();

@@ -104,11 +104,6 @@ bool StandsAlone(std::string_view list, std::string_view value) {
   return false;
 }
 
-bool ContainsName(const std::vector<std::string>& names, std::string_view name) {
-  return std::ranges::any_of(names,
-                             [&](const std::string& one) { return EqualsIgnoreCase(one, name); });
-}
-
 const std::vector<std::string>& CandidateColumns() {
   static const std::vector<std::string> columns = {"PatientID",  "soundex",   "race1",
                                                    "sex",        "lastname",  "firstname",

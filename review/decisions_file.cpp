@@ -14,7 +14,7 @@ namespace qm {
 
 namespace {
 
-constexpr const char* kSource = "QMObjects.ReadDecisions";
+constexpr const char* kReaderSource = "QMObjects.ReadDecisions";
 constexpr std::array<std::string_view, 4> kColumns = {"abstract", "patient", "reviewer", "note"};
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
@@ -23,7 +23,7 @@ struct FileName {
 
   // The cells may hold anything, so none of them is quoted.
   [[noreturn]] void Refuse(std::int64_t line, const std::string& reason) const {
-    throw Error(kErrBadArgument, kSource,
+    throw Error(kErrBadArgument, kReaderSource,
                 std::string(text) + ", line " + std::to_string(line) + ": " + reason);
   }
 };
@@ -166,7 +166,7 @@ std::vector<Decision> ReadDecisions(std::string_view text, std::string_view name
   const FileName file{name};
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   if (!IsValidUtf8(text) || text.find('\0') != std::string_view::npos) {
-    throw Error(kErrBadArgument, kSource, std::string(name) + ": is no text in UTF-8");
+    throw Error(kErrBadArgument, kReaderSource, std::string(name) + ": is no text in UTF-8");
   }
   std::vector<Decision> decisions;
   std::map<std::int32_t, std::vector<std::size_t>> of_abstract;

@@ -10,18 +10,18 @@ namespace qm {
 
 namespace {
 
-struct AtScore {
+struct PairsAtScore {
   std::int64_t candidates = 0;
   std::int64_t best = 0;
   std::int64_t ties = 0;
 };
 
-using Scores = std::map<std::int32_t, AtScore>;
+using PairScores = std::map<std::int32_t, PairsAtScore>;
 
-void CountScores(std::span<const Candidate> candidates, Scores& scores) {
+void CountScores(std::span<const Candidate> candidates, PairScores& scores) {
   for (const Candidate& candidate : candidates) ++scores[candidate.match.score].candidates;
   if (candidates.empty()) return;
-  AtScore& best = scores[candidates.front().match.score];
+  PairsAtScore& best = scores[candidates.front().match.score];
   ++best.best;
   const bool tie = candidates.size() > 1 && candidates[1].match.score == candidates[0].match.score;
   if (tie) ++best.ties;
@@ -54,7 +54,7 @@ void CountBlocking(const std::vector<BlockedPatients>& rules, std::span<const Ca
   }
 }
 
-std::vector<ScoreBin> Histogram(const Scores& scores, std::int32_t width) {
+std::vector<ScoreBin> Histogram(const PairScores& scores, std::int32_t width) {
   std::vector<ScoreBin> bins;
   for (const auto& [score, at] : scores) {
     const std::int32_t from = FloorTo(score, width);
@@ -75,7 +75,7 @@ MatchSummary SummarizeMatching(const std::shared_ptr<Connection>& registry,
                                const EvaluationOptions& options) {
   MatchSummary summary;
   summary.cutoff = KeptCutoff(options);
-  Scores scores;
+  PairScores scores;
   SurveyScores(registry, matching, options, {},
                [&](std::int32_t, const Recordset& abstract, std::span<const Candidate> candidates) {
                  ++summary.abstracts;

@@ -23,7 +23,7 @@ namespace qm {
 
 namespace {
 
-constexpr const char* kSource = "QMObjects.Linker";
+constexpr const char* kLinkerSource = "QMObjects.Linker";
 
 const std::shared_ptr<Connection>& Registry() { return CurrentSession().gcnRegistry.Get(); }
 
@@ -32,7 +32,7 @@ std::string Named(const RecordFamily& family, std::int32_t id) {
 }
 
 [[noreturn]] void Refuse(std::int32_t number, const std::string& text) {
-  throw Error(number, kSource, text);
+  throw Error(number, kLinkerSource, text);
 }
 
 // A transaction of its own, or a part of the one that the caller has open.
@@ -182,11 +182,11 @@ LinkResult Linker::State::Link(std::int32_t abstract_id, const Target& target,
                        ReadLink(abstract_id), target.patient_id, target.tumor_id)) {
     return *existing;
   }
-  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kSource);
+  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kLinkerSource);
   if (target.patient_id) {
     RequirePatient(*target.patient_id);
     if (target.tumor_id) RequireTumor(*target.tumor_id, *target.patient_id);
-    RequireUnlocked(LockedRecord::kCase, *target.patient_id, kSource);
+    RequireUnlocked(LockedRecord::kCase, *target.patient_id, kLinkerSource);
   }
   const std::optional<std::int16_t> score =
       target.patient_id ? PairScore(abstract_id, *target.patient_id) : std::nullopt;
@@ -339,8 +339,8 @@ void Linker::Unlink(std::int32_t abstract_id, bool discard_changes) {
     Refuse(kErrNoCurrentRecord,
            name + (elsewhere ? " was linked by another application" : " is not linked"));
   }
-  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kSource);
-  RequireUnlocked(LockedRecord::kCase, link->patient_id, kSource);
+  RequireUnlocked(LockedRecord::kAbstract, abstract_id, kLinkerSource);
+  RequireUnlocked(LockedRecord::kCase, link->patient_id, kLinkerSource);
 
   // An identifier that another application set stays.
   const auto restore = [&](const char* column, std::int32_t linked, const Variant& former) {

@@ -72,6 +72,10 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
                     [](char x, char y) { return UpperAscii(x) == UpperAscii(y); });
 }
 
+bool ContainsName(const std::vector<std::string>& names, std::string_view name) {
+  return std::ranges::any_of(names, [&](const auto& each) { return EqualsIgnoreCase(each, name); });
+}
+
 std::string_view Trim(std::string_view text) {
   const auto first = text.find_first_not_of(' ');
   if (first == std::string_view::npos) return {};

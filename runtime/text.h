@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qm {
 
@@ -17,6 +18,10 @@ bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 /// Without blanks (only blanks) at the ends.
 std::string_view Trim(std::string_view text);
 
+/// Whether a list holds a name, in any case.
+bool ContainsName(const std::vector<std::string>& names, std::string_view name);
+
+inline bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsAscii(std::string_view text);
 bool IsValidUtf8(std::string_view text);
 /// Number of characters (code points).

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "dataaccess/data_error.h"
 #include "runtime/text.h"
 #include "session/session_state.h"
 #include "session/trap.h"
@@ -81,8 +82,8 @@ void GiveUpEdit(Recordset& tables) {
 }
 
 // The lock of the row comes with the first assignment, so what is tried again without a wait and
-// without end is the assignment together with the update. A row that went away since the check
-// has nothing to be marked.
+// without end is the assignment together with the update. What ends it is a lost connection. A row
+// that went away since the check has nothing to be marked.
 void MarkLocked(Recordset& tables, const std::string& code) {
   for (;;) {
     try {
@@ -92,7 +93,8 @@ void MarkLocked(Recordset& tables, const std::string& code) {
       tables.SetValue("USERID", CurrentSession().gstrUser);
       tables.Update();
       return;
-    } catch (const Error&) {
+    } catch (const Error& failure) {
+      if (IsConnectionLost(failure)) throw;
       GiveUpEdit(tables);
     }
   }

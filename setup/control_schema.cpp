@@ -2,8 +2,8 @@
 #include <array>
 #include <utility>
 
+#include "dataaccess/sql_text.h"
 #include "setup/schema.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 

@@ -1,8 +1,8 @@
 #include <array>
 #include <string_view>
 
+#include "dataaccess/sql_text.h"
 #include "setup/schema.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 

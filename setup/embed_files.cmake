@@ -32,12 +32,12 @@ namespace qm {
 namespace {
 
 ${definitions}
-constexpr ShippedFile kFiles[] = {
+constexpr ShippedFile kShippedFiles[] = {
 ${entries}};
 
 }  // namespace
 
-std::span<const ShippedFile> ShippedFiles() { return kFiles; }
+std::span<const ShippedFile> ShippedFiles() { return kShippedFiles; }
 
 }  // namespace qm
 ")

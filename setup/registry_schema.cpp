@@ -4,10 +4,10 @@
 #include <set>
 #include <string_view>
 
+#include "dataaccess/sql_text.h"
 #include "runtime/text.h"
 #include "session/own_tables.h"
 #include "setup/schema.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 

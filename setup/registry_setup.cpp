@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* kSource = "QMDataObjects.RegistrySetup";
-constexpr std::array kFiles = {"registry.db", "control.db"};
+constexpr std::array kDatabaseFiles = {"registry.db", "control.db"};
 // Where the files are built: this, the process, and when.
 constexpr const char* kWorkFolder = ".setup-";
 // What a database in use, or one whose user was interrupted, keeps beside itself.
@@ -36,10 +36,10 @@ void Run(Connection& connection, const std::vector<std::string>& statements) {
 // Whether a setup was killed after it had placed the first file: that one is a link to the file
 // that the setup had built, and nobody has used it since.
 bool IsHalfPlaced(const fs::path& folder) {
-  const fs::path placed = folder / kFiles[0];
+  const fs::path placed = folder / kDatabaseFiles[0];
   std::error_code missing;
   for (const fs::path& work : Leftovers(folder / kWorkFolder, fs::file_type::directory)) {
-    if (fs::equivalent(placed, work / kFiles[0], missing) &&
+    if (fs::equivalent(placed, work / kDatabaseFiles[0], missing) &&
         fs::last_write_time(placed) <= fs::last_write_time(work)) {
       return true;
     }
@@ -50,15 +50,15 @@ bool IsHalfPlaced(const fs::path& folder) {
 // Refuses a folder with a registry; what a killed setup had half placed is taken away.
 void RequireNoRegistry(const fs::path& folder) {
   bool half_placed = false;
-  for (const std::string file : kFiles) {
+  for (const std::string file : kDatabaseFiles) {
     for (const char* companion : kCompanions) {
       const fs::path path = folder / (file + companion);
       if (fs::symlink_status(path).type() == fs::file_type::not_found) continue;
-      half_placed = path == folder / kFiles[0] && IsHalfPlaced(folder);
+      half_placed = path == folder / kDatabaseFiles[0] && IsHalfPlaced(folder);
       if (!half_placed) RefuseFolder(path);
     }
   }
-  if (half_placed) fs::remove(folder / kFiles[0]);
+  if (half_placed) fs::remove(folder / kDatabaseFiles[0]);
 }
 
 void MakePrivateFolder(const fs::path& folder) {
@@ -108,16 +108,16 @@ void Place(const fs::path& from, const fs::path& to) {
 void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
   RequireNoRegistry(folder);
   const WorkFolder work(folder);
-  const auto registry = MakeDatabaseFile(work.File(kFiles[0]));
-  const auto control = MakeDatabaseFile(work.File(kFiles[1]));
+  const auto registry = MakeDatabaseFile(work.File(kDatabaseFiles[0]));
+  const auto control = MakeDatabaseFile(work.File(kDatabaseFiles[1]));
   CreateRegistry(registry, control, setup);
   registry->Close();
   control->Close();
-  Place(work.File(kFiles[0]), folder / kFiles[0]);
+  Place(work.File(kDatabaseFiles[0]), folder / kDatabaseFiles[0]);
   try {
-    Place(work.File(kFiles[1]), folder / kFiles[1]);
+    Place(work.File(kDatabaseFiles[1]), folder / kDatabaseFiles[1]);
   } catch (...) {
-    fs::remove(folder / kFiles[0]);
+    fs::remove(folder / kDatabaseFiles[0]);
     throw;
   }
   std::error_code ignored;
@@ -158,7 +158,7 @@ void MakeEmptyFolder(const fs::path& folder) {
       if (folder.has_parent_path()) fs::create_directories(folder.parent_path());
       MakePrivateFolder(folder);
     }
-    for (const char* name : kFiles) {
+    for (const char* name : kDatabaseFiles) {
       if (!fs::exists(folder / name)) MakeDatabaseFile(folder / name)->Close();
     }
   } catch (const fs::filesystem_error& error) {

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "comparison/soundex.h"
+#include "dataaccess/sql_text.h"
 #include "setup/schema.h"
-#include "setup/sql_text.h"
 #include "synthetic/case_items.h"
 #include "synthetic/patient_writer.h"
 #include "synthetic/record_line.h"

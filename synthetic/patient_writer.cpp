@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "setup/sql_text.h"
+#include "dataaccess/sql_text.h"
 #include "synthetic/record_line.h"
 
 namespace qm {

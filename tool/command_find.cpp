@@ -10,10 +10,10 @@
 #include <set>
 #include <vector>
 
+#include "dataaccess/sql_text.h"
 #include "layout/table_code.h"
 #include "records/record_family.h"
 #include "runtime/text.h"
-#include "setup/sql_text.h"
 #include "tool/assignment.h"
 #include "tool/databases.h"
 #include "tool/layouts.h"

@@ -4,6 +4,7 @@
 #include <qm/qm_connection.h>
 #include <qm/registry_setup.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 
@@ -43,24 +44,40 @@ fs::path FileOf(const Settings& settings, Database database) {
          (database == Database::kControl ? "control.db" : "registry.db");
 }
 
+// The environment names databases where the command line names no folder: a trial's folder is never
+// beaten by the strings of the registry in use.
+void TakeFromEnvironment(Settings& settings, bool matching) {
+  if (!settings.folder.empty()) return;
+  const auto take = [](std::string& option, const char* variable) {
+    const char* value = std::getenv(variable);
+    if (option.empty() && value != nullptr) option = value;
+  };
+  take(settings.registry, "QM_REGISTRY");
+  take(settings.control, "QM_CONTROL");
+  if (matching) take(settings.matching, "QM_MATCHING");
+}
+
 }  // namespace
 
 void AddDatabaseOptions(CLI::App& command, Tool& tool, bool matching) {
   Settings& settings = tool.settings;
+  command.parse_complete_callback(
+      [&settings, matching] { TakeFromEnvironment(settings, matching); });
   command.add_option("-d", settings.folder, "folder with registry.db and control.db")
       ->type_name("DIR");
-  command.add_option("--registry", settings.registry, "connection string of the registry database")
-      ->envname("QM_REGISTRY")
+  command
+      .add_option("--registry", settings.registry,
+                  "connection string of the registry database; without -d, default: QM_REGISTRY")
       ->type_name("CONN");
-  command.add_option("--control", settings.control, "connection string of the control database")
-      ->envname("QM_CONTROL")
+  command
+      .add_option("--control", settings.control,
+                  "connection string of the control database; without -d, default: QM_CONTROL")
       ->type_name("CONN");
   if (matching) {
     command
         .add_option("--matching", settings.matching,
                     "connection string of the database with matching rules and patients; "
-                    "default: the registry")
-        ->envname("QM_MATCHING")
+                    "without -d, default: QM_MATCHING, else the registry")
         ->type_name("CONN");
   }
   command

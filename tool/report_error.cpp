@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "dataaccess/data_error.h"
 #include "runtime/text.h"
 
 namespace qm::tool {
@@ -40,11 +41,6 @@ constexpr std::string_view kTellable[] = {"attempt to write a readonly database"
                                           "database disk image is malformed",
                                           "file is not a database"};
 
-// How servers and their drivers say that a connection is gone.
-constexpr std::string_view kLost[] = {"server closed the connection", "no connection to the server",
-                                      "terminating connection",       "server has gone away",
-                                      "Lost connection to",           "Communication link failure"};
-
 // What a name that the database lacks stands between.
 constexpr std::pair<std::string_view, std::string_view> kMissing[] = {
     {"no such column: ", ""},
@@ -57,11 +53,7 @@ constexpr std::pair<std::string_view, std::string_view> kMissing[] = {
 // A name that the database lacks comes from the statement's own words, not from a record: values
 // stand between quotes there.
 std::string TellablePart(std::string_view engine_text) {
-  for (const std::string_view lost : kLost) {
-    if (engine_text.find(lost) != std::string_view::npos) {
-      return ", the connection to the server was lost";
-    }
-  }
+  if (engine_text.starts_with(kConnectionLost)) return ", " + std::string(kConnectionLost);
   for (const auto& [start, end] : kMissing) {
     if (!engine_text.starts_with(start)) continue;
     const std::size_t at = engine_text.find(end, start.size());

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <map>
+#include <set>
 #include <utility>
 
 #include <qm/conversions.h>
@@ -9,6 +10,7 @@
 #include <qm/match_rules.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/data_error.h"
 #include "matching/rule_check.h"
 #include "matching/rule_tables.h"
 #include "records/record_family.h"
@@ -72,6 +74,8 @@ class RegistryCheck {
   }
 
   void CheckKeys() {
+    if (shapes_.HasColumn("BaseIDs", "BaseIDName")) CheckEditable("BaseIDs", "BaseIDName");
+    if (shapes_.HasColumn("LOCKMANAGER", "TABLENAME")) CheckEditable("LOCKMANAGER", "TABLENAME");
     for (const RecordFamily* family : kFamilies) {
       const std::string key(family->key);
       for (const std::string& table : TablesOf(*family)) {
@@ -80,7 +84,10 @@ class RegistryCheck {
         const auto twice =
             registry_->Execute("SELECT " + key + ", count(*) FROM " + table + " GROUP BY " + key +
                                " HAVING count(*) > 1 OR " + key + " IS NULL ORDER BY " + key);
-        if (twice->Eof()) continue;
+        if (twice->Eof()) {
+          CheckEditable(table, key);
+          continue;
+        }
         const Variant first = twice->Value(0);
         std::int64_t count = 0;
         for (const Recordset& row : twice->Rows()) count += row.FieldCount() > 0 ? 1 : 0;
@@ -89,6 +96,22 @@ class RegistryCheck {
                 " are Null or stand in more than one row, the first: " + Number(first),
             "give each row a number of its own, then make " + key + " the table's primary key");
       }
+    }
+  }
+
+  // An edit finds its row again by a key, on most engines by nothing else.
+  void CheckEditable(const std::string& table, const std::string& key) {
+    const auto rows = registry_->CreateRecordset();
+    rows->Open("SELECT * FROM " + table + " WHERE 1 = 2", registry_, kOpenKeyset, kLockOptimistic,
+               kCommandText);
+    try {
+      rows->AddNew();
+      rows->SetValue(key, Variant::Null());
+      rows->CancelUpdate();
+    } catch (const Error& error) {
+      if (error.number() != kErrNotSupported) throw;
+      Add("key-missing", table, "the table has no primary key, so no row of it can be edited",
+          "make " + key + " the table's primary key");
     }
   }
 
@@ -190,7 +213,8 @@ class RegistryCheck {
     if (!shapes_.HasColumn("Patients", column)) {
       try {
         registry_->Execute("SELECT PatientID FROM Patients WHERE 1 = 2 AND " + column + " = ''");
-      } catch (const Error&) {
+      } catch (const Error& error) {
+        if (IsConnectionLost(error)) throw;
         Add("rule-column", kRuleTables[0].table,
             rule + "PatientField " + column + " is no column of Patients, so every search fails",
             "name a column of Patients");
@@ -200,6 +224,7 @@ class RegistryCheck {
     for (const std::string& indexed : shapes_.catalog().IndexedColumns(*shapes_.Find("Patients"))) {
       if (EqualsIgnoreCase(indexed, column)) return;
     }
+    if (!unindexed_.insert(LowerCase(column)).second) return;
     Add("blocking-index", "Patients",
         "no index begins with " + column + ", so every search reads all patients",
         "CREATE INDEX IX_Patients_" + column + " ON Patients (" + column + ")");
@@ -226,7 +251,7 @@ class RegistryCheck {
       }
     } catch (const Error& error) {
       // A column of numbers.
-      if (error.engine_code() == 0) throw;
+      if (error.engine_code() == 0 || IsConnectionLost(error)) throw;
       return;
     }
     if (equal.empty()) return;
@@ -241,6 +266,7 @@ class RegistryCheck {
   std::shared_ptr<Connection> control_;
   TableShapes shapes_;
   std::vector<RegistryFinding> findings_;
+  std::set<std::string> unindexed_;  // told already, in lower case
 };
 
 }  // namespace

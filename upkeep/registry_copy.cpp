@@ -11,9 +11,9 @@
 #include <qm/error.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/database_catalog.h"
+#include "dataaccess/sql_text.h"
 #include "runtime/text.h"
-#include "setup/sql_text.h"
-#include "upkeep/database_catalog.h"
 #include "upkeep/table_rows.h"
 
 namespace qm {
@@ -43,10 +43,6 @@ constexpr std::array kIndexes = {
 
 // Engines index texts of a known length alone; no matching column or text key is longer.
 constexpr const char* kIndexedText = "VARCHAR(255)";
-
-bool Among(const std::vector<std::string>& names, std::string_view name) {
-  return std::ranges::any_of(names, [&](const auto& each) { return EqualsIgnoreCase(each, name); });
-}
 
 bool IsIndexed(std::string_view table, std::string_view column) {
   return std::ranges::any_of(kIndexes, [&](const IndexedColumn& index) {
@@ -94,7 +90,7 @@ class RegistryCopy {
     const bool one = from_.registry == from_.control;
     const std::vector<std::string> control = one ? ControlTables() : std::vector<std::string>();
     List(from_.registry, [&](const std::string& table) {
-      return Among(control, table) ? to_.control : to_.registry;
+      return ContainsName(control, table) ? to_.control : to_.registry;
     });
     if (!one) List(from_.control, [&](const std::string&) { return to_.control; });
   }
@@ -115,9 +111,9 @@ class RegistryCopy {
   // Whether the place is an unfinished copy already.
   bool GoesOn() {
     const std::vector<std::string> tables = DatabaseCatalog(to_.registry).Tables();
-    if (Among(tables, kMark) && CountRows(*to_.registry, kMark) > 0) return true;
+    if (ContainsName(tables, kMark) && CountRows(*to_.registry, kMark) > 0) return true;
     for (const char* table : kRecords) {
-      if (Among(tables, table) && CountRows(*to_.registry, table) > 0) {
+      if (ContainsName(tables, table) && CountRows(*to_.registry, table) > 0) {
         throw Error(
             kErrNotAllowedHere, kSource,
             std::string("the place to copy to holds a registry: there are rows in ") + table);
@@ -133,12 +129,12 @@ class RegistryCopy {
     const std::vector<std::string> control = DatabaseCatalog(to_.control).Tables();
     std::vector<const Way*> there;
     for (const Way& way : ways_) {
-      if (!Among(way.to == to_.control ? control : registry, way.table.name)) continue;
+      if (!ContainsName(way.to == to_.control ? control : registry, way.table.name)) continue;
       RequireColumns(way);
       there.push_back(&way);
     }
     for (const auto& to : {to_.registry, to_.control}) {
-      if (!Among(DatabaseCatalog(to).Tables(), kMark)) to->Execute(kMakeMark);
+      if (!ContainsName(DatabaseCatalog(to).Tables(), kMark)) to->Execute(kMakeMark);
     }
     RequireOtherPlace();
     for (const Way& way : ways_) {
@@ -155,7 +151,7 @@ class RegistryCopy {
 
   void Unmark() const {
     for (const auto& to : {to_.control, to_.registry}) {
-      if (Among(DatabaseCatalog(to).Tables(), kMark)) {
+      if (ContainsName(DatabaseCatalog(to).Tables(), kMark)) {
         to->Execute(std::string("DROP TABLE ") + kMark);
       }
     }
@@ -164,7 +160,7 @@ class RegistryCopy {
   // The table just made must not show where the rows come from.
   void RequireOtherPlace() {
     for (const auto& from : {from_.registry, from_.control}) {
-      if (!Among(DatabaseCatalog(from).Tables(), kMark)) continue;
+      if (!ContainsName(DatabaseCatalog(from).Tables(), kMark)) continue;
       Unmark();
       throw Error(kErrNotAllowedHere, kSource, "a registry cannot be copied onto itself");
     }
@@ -176,7 +172,7 @@ class RegistryCopy {
       there.push_back(column.name);
     }
     for (const std::string& column : way.table.columns) {
-      if (Among(there, column)) continue;
+      if (ContainsName(there, column)) continue;
       throw Error(kErrNoSuchItem, kSource,
                   "the table " + way.table.name + " of the place to copy to has no column " +
                       column + "; make it, or copy to an empty database");
@@ -195,7 +191,7 @@ class RegistryCopy {
     std::string separator;
     for (const CatalogColumn& column : way.columns) {
       const bool indexed =
-          Among(way.table.keys, column.name) || IsIndexed(way.table.name, column.name);
+          ContainsName(way.table.keys, column.name) || IsIndexed(way.table.name, column.name);
       statement += std::exchange(separator, ", ") + Bracketed(column.name) + " " +
                    (indexed && column.type == "TEXT" ? kIndexedText : column.type);
     }
@@ -226,6 +222,7 @@ class RegistryCopy {
       way.to->Execute("DELETE FROM " + Bracketed(way.table.name));
       there = 0;
     }
+    Tell(doing, there, total);
     const auto rows = ReadRows(*way.from, way.table, true);
     TableWriter writer(way.to, way.table);
     std::optional<Transaction> transaction;
@@ -252,11 +249,11 @@ class RegistryCopy {
       std::vector<std::string> indexed;
       for (const IndexedColumn& index : kIndexes) {
         if (!EqualsIgnoreCase(index.table, way.table.name) ||
-            !Among(way.table.columns, index.column)) {
+            !ContainsName(way.table.columns, index.column)) {
           continue;
         }
         if (indexed.empty()) indexed = DatabaseCatalog(way.to).IndexedColumns(SpelledThere(way));
-        if (Among(indexed, index.column)) continue;
+        if (ContainsName(indexed, index.column)) continue;
         Tell("indexing " + way.table.name, 0, 0);
         const std::string table = index.table;
         const std::string column = index.column;

@@ -6,8 +6,8 @@
 
 #include <qm/conversions.h>
 
+#include "dataaccess/sql_text.h"
 #include "datasets/import_digest.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 

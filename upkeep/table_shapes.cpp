@@ -10,10 +10,6 @@ namespace {
 
 constexpr std::size_t kNamesTold = 12;
 
-bool Among(const std::vector<std::string>& names, std::string_view name) {
-  return std::ranges::any_of(names, [&](const auto& each) { return EqualsIgnoreCase(each, name); });
-}
-
 std::string Listed(const std::vector<std::string>& names) {
   std::string list;
   for (std::size_t i = 0; i < std::min(names.size(), kNamesTold); ++i) {
@@ -45,14 +41,14 @@ bool TableShapes::HasColumn(std::string_view table, std::string_view column) {
       known->second.push_back(std::move(each.name));
     }
   }
-  return Among(known->second, column);
+  return ContainsName(known->second, column);
 }
 
 void TableShapes::Expect(std::string_view table, std::string_view column) {
   auto at = std::ranges::find_if(
       expected_, [&](const auto& each) { return EqualsIgnoreCase(each.first, table); });
   if (at == expected_.end()) at = expected_.insert(at, {std::string(table), {}});
-  if (!Among(at->second, column)) at->second.emplace_back(column);
+  if (!ContainsName(at->second, column)) at->second.emplace_back(column);
 }
 
 void TableShapes::Expect(const ExpectedTable& table) {

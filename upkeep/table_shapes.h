@@ -12,7 +12,7 @@
 
 #include <qm/registry_check.h>
 
-#include "upkeep/database_catalog.h"
+#include "dataaccess/database_catalog.h"
 #include "upkeep/expected_tables.h"
 
 namespace qm {

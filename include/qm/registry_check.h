@@ -26,6 +26,7 @@ struct RegistryFinding {
   ///   layout-missing, layout-value    the control database describes no layout, or one that fails
   ///   orphan-rows                     rows of a secondary table without one in the primary table
   ///   duplicate-key                   two rows of one identifier, or rows without one
+  ///   key-missing                     no key by which an edit finds its row again
   ///   counter-missing, counter-behind new identifiers would meet those in use
   ///   rule-missing, rule-value, rule-column   matching cannot run
   ///   blocking-index                  a blocking rule reads all patients

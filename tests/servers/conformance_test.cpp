@@ -15,12 +15,13 @@ INSTANTIATE_TEST_SUITE_P(Engines, Conformance, ::testing::ValuesIn(kEngines), En
 
 TEST_P(Conformance, ValuesComeBackAsTheyWereGiven) {
   std::string long_text;
-  for (int i = 0; i < 20000; ++i) long_text += i % 100 == 0 ? "\r\n" : i % 7 == 0 ? "ñ" : "x";
+  for (int i = 0; i < 20000; ++i) long_text += i % 100 == 0 ? "\r\n" : i % 7 == 0 ? "Ú" : "x";
   const struct {
     const char* column;
     Variant value;
   } cases[] = {
       {"LastName", "MUÑOZ"},
+      {"LastName", "ZÚÑIGA ØÙÛÚ"},
       {"LastName", "O'BRIEN"},
       {"LastName", "BACK\\"},
       {"LastName", "\\' ; \\"},
@@ -77,6 +78,31 @@ TEST_P(Conformance, ValuesComeBackAsTheyWereGiven) {
                          "' WHERE PatientID = " + std::to_string(id));
     EXPECT_EQ(Rows(text, kOpenStatic)->Value(c.column), c.value);
   }
+}
+
+// Each is changed twice: the second change finds what the first one left.
+TEST_P(Conformance, ColumnsThatOtherApplicationsMadeCanBeEdited) {
+  connection_->Execute(
+      "CREATE TABLE Kinds (KindID INTEGER PRIMARY KEY, Price DECIMAL(12,2), Moment TIMESTAMP(6),"
+      " Code CHAR(5), Short VARCHAR(5))");
+  connection_->Execute("INSERT INTO Kinds (KindID) VALUES (1)");
+  const struct {
+    const char* column;
+    Variant first;
+    Variant second;
+  } cases[] = {{"Price", 0.1, 0.3},
+               {"Moment", "2020-02-03 01:02:03.456789", "2020-02-03 01:02:03.5"},
+               {"Code", "ab  ", "abc"},
+               {"Short", "ab   ", "ab"}};
+  const auto rows = Rows("SELECT * FROM Kinds", kOpenKeyset, kLockOptimistic);
+  for (const auto& c : cases) {
+    rows->SetValue(c.column, c.first);
+    rows->Update();
+    rows->SetValue(c.column, c.second);
+    EXPECT_NO_THROW(rows->Update()) << c.column;
+  }
+  EXPECT_EQ(rows->Value("Price"), Variant(0.3));
+  EXPECT_EQ(rows->Value("Moment"), Variant("2020-02-03 01:02:03.5"));
 }
 
 TEST_P(Conformance, ColumnsHaveTheirTypes) {

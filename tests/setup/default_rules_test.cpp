@@ -5,7 +5,7 @@
 #include <qm/registry_setup.h>
 
 #include "comparison/soundex.h"
-#include "setup/sql_text.h"
+#include "dataaccess/sql_text.h"
 #include "support/sqlite_fixture.h"
 
 namespace qm::test {

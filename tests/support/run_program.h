@@ -44,7 +44,10 @@ class Program {
   Program(const Program&) = delete;
   Program& operator=(const Program&) = delete;
 
-  void Kill() const { kill(id_, SIGKILL); }
+  void Send(int signal) const { kill(id_, signal); }
+  void Kill() const { Send(SIGKILL); }
+  /// What it has written so far.
+  std::string Out() const { return folder_.Read("out"); }
   bool Running() const {
     siginfo_t info{};
     return waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&

@@ -17,8 +17,9 @@ class MariaDb : public OdbcDialect {
  public:
   std::string_view DriverOptions() const override {
     // 2: found rows are counted. 1048576: forward-only rows are not held by the driver.
-    return "OPTION=1048578;CHARSET=utf8mb4;";
+    return "OPTION=1048578;";
   }
+  std::string_view FixedOptions() const override { return "CHARSET=utf8mb4;"; }
   std::vector<std::string> SessionStatements() const override {
     return {
         "SET SESSION sql_mode = "
@@ -26,12 +27,18 @@ class MariaDb : public OdbcDialect {
         // The many columns of a registry's tables are short; what counts is the row, not its most.
         "SET SESSION innodb_strict_mode = OFF"};
   }
+  std::string_view ReadOnly() const override { return "SET SESSION TRANSACTION READ ONLY"; }
   std::string LockTimeout(std::int32_t seconds) const override {
     const std::int32_t wait = seconds == 0 ? kLongestWait : seconds;
     return "SET SESSION innodb_lock_wait_timeout = " + std::to_string(wait) +
            ", lock_wait_timeout = " + std::to_string(seconds == 0 ? 31536000 : seconds);
   }
   bool OneReader() const override { return true; }
+#ifndef _WIN32
+  // This driver takes a UTF-16 unit whose low byte is D8 to DB (U+00DA) for half a character: it
+  // tells lengths too short, drops what stands at the end, and reads beyond a value given.
+  bool TextsAsUtf8() const override { return true; }
+#endif
   std::string_view CurrentSchema() const override { return "SELECT database()"; }
   bool SchemaIsCatalog() const override { return true; }
   SqlQuoting Quoting() const override { return {.hash_comments = true}; }
@@ -61,6 +68,7 @@ class MariaDb : public OdbcDialect {
            " USING utf8mb4) AS BINARY) <=> CAST(? AS BINARY)";
   }
   int PlacesOfSame() const override { return 1; }
+  std::string_view LastKey() const override { return "SELECT LAST_INSERT_ID()"; }
   std::string_view LockClause() const override { return " FOR UPDATE"; }
 };
 

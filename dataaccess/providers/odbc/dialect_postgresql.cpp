@@ -20,10 +20,13 @@ class Postgres : public OdbcDialect {
     // stay.
     return "Protocol=7.4-2;UseServerSidePrepare=1;BoolsAsChar=0;TextAsLongVarchar=1;"
            "UnknownsAsLongVarchar=0;MaxVarcharSize=8190;LFConversion=0;KeepaliveTime=30;"
-           "KeepaliveInterval=10;";
+           "KeepaliveInterval=10;Fetch=1000;";
   }
   std::vector<std::string> SessionStatements() const override {
     return {"SET standard_conforming_strings = on", "SET client_min_messages = warning"};
+  }
+  std::string_view ReadOnly() const override {
+    return "SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY";
   }
   std::string LockTimeout(std::int32_t seconds) const override {
     return "SET lock_timeout = '" + std::to_string(seconds) + "s'";
@@ -33,6 +36,7 @@ class Postgres : public OdbcDialect {
   std::int32_t IsolationInForce(std::int32_t asked) const override {
     return asked == kIsolationReadUncommitted ? std::int32_t{kIsolationReadCommitted} : asked;
   }
+  bool KeepsZeros() const override { return false; }
   SqlQuoting Quoting() const override {
     return {.escape_strings = true, .nested_comments = true, .return_ends_comment = true};
   }

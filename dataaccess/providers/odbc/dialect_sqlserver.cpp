@@ -53,6 +53,7 @@ class SqlServer : public OdbcDialect {
     return "(" + name + std::string(kBinary) + " + N'.' = ? + N'.' OR (" + name +
            " IS NULL AND ? IS NULL))";
   }
+  std::string_view LastKey() const override { return "SELECT CAST(@@IDENTITY AS BIGINT)"; }
   std::string_view LockHint() const override { return " WITH (UPDLOCK, ROWLOCK)"; }
   std::string Limit(std::string_view select, int count) const override {
     return "SELECT TOP " + std::to_string(count) + std::string(select.substr(6));

@@ -78,8 +78,14 @@ std::vector<Row> OdbcCatalog::Ask(std::string_view function, std::string_view ta
     return SQLStatisticsW(handle, catalog, SQL_NTS, schema, SQL_NTS, WideText(name), SQL_NTS,
                           SQL_INDEX_ALL, SQL_QUICK);
   });
+  // In the schema's name "_" stands for any character.
+  const std::string of = Utf8(schema_is_catalog_ ? catalog_ : schema_);
+  const std::size_t place = schema_is_catalog_ ? 0 : 1;
   std::vector<Row> rows;
-  for (Row row; statement.Next(row);) rows.push_back(row);
+  for (Row row; statement.Next(row);) {
+    const std::string told = function == "identity" ? std::string() : Text(row[place]);
+    if (told.empty() || of.empty() || EqualsIgnoreCase(told, of)) rows.push_back(row);
+  }
   return rows;
 }
 

@@ -19,7 +19,7 @@ struct OleProvider {
   std::string_view beginning;
   Target target;
 };
-constexpr OleProvider kProviders[] = {
+constexpr OleProvider kOleProviders[] = {
     {"MSDASQL", Target::kAnyDriver},          {"SQLOLEDB", Target::kSqlServer},
     {"MSOLEDBSQL", Target::kSqlServer},       {"SQLNCLI", Target::kSqlServer},
     {"Microsoft.Jet.OLEDB", Target::kAccess}, {"Microsoft.ACE.OLEDB", Target::kAccess}};
@@ -61,7 +61,7 @@ Target TargetOf(const ParsedConnectionString& connection) {
     const bool odbc = connection.Find("Driver") || connection.Find("DSN");
     return odbc ? Target::kAnyDriver : Target::kNone;
   }
-  for (const OleProvider& entry : kProviders) {
+  for (const OleProvider& entry : kOleProviders) {
     if (BeginsWith(*provider, entry.beginning)) return entry.target;
   }
   return Target::kNone;
@@ -140,7 +140,8 @@ std::string OdbcString(const ParsedConnectionString& connection, std::string_vie
       continue;
     }
     if (EqualsIgnoreCase(keyword, "Integrated Security")) {
-      AppendPart(text, "Trusted_Connection", "yes");
+      const bool yes = !EqualsIgnoreCase(value, "False") && !EqualsIgnoreCase(value, "No");
+      if (yes) AppendPart(text, "Trusted_Connection", "yes");
       continue;
     }
     const std::string_view name = DriverKeyword(target, keyword);

@@ -20,8 +20,12 @@ class OdbcDialect {
 
   /// Keywords of the connection string that this engine's driver needs: "Name=value;…".
   virtual std::string_view DriverOptions() const { return ""; }
+  /// Those of them that no string may set otherwise.
+  virtual std::string_view FixedOptions() const { return ""; }
   /// Sent after connecting.
   virtual std::vector<std::string> SessionStatements() const { return {}; }
+  /// Sent behind them where the connection is for reading.
+  virtual std::string_view ReadOnly() const { return ""; }
   /// Lets statements wait for another user's lock so long; 0 is without end. Empty: the engine has
   /// no such setting.
   virtual std::string LockTimeout(std::int32_t seconds) const;
@@ -34,8 +38,13 @@ class OdbcDialect {
 
   /// Whether the driver can serve one reader at a time.
   virtual bool OneReader() const { return false; }
+  /// Whether values cross as UTF-8 instead of UTF-16.
+  virtual bool TextsAsUtf8() const { return false; }
   /// The connection attribute that tells the driver to stream the next statement's rows; 0: none.
   virtual int StreamAttribute() const { return 0; }
+
+  /// Whether a text may hold a character of code 0.
+  virtual bool KeepsZeros() const { return true; }
 
   virtual SqlQuoting Quoting() const { return {}; }
   /// A name in the engine's quotes.
@@ -58,6 +67,9 @@ class OdbcDialect {
   virtual std::string_view NullOrder(bool /*descending*/) const { return ""; }
   /// The statement with at most so many rows; `select` begins with "SELECT ".
   virtual std::string Limit(std::string_view select, int count) const;
+  /// The statement that gives the key which the engine made for this session's last row; empty when
+  /// `Returning` or nothing gives it.
+  virtual std::string_view LastKey() const { return ""; }
   /// What stands behind an insert or update so that it gives columns back; empty when it cannot.
   virtual std::string Returning(std::string_view columns, bool insert) const;
 };

@@ -102,18 +102,28 @@ OdbcDiagnostic DiagnosticOf(SQLSMALLINT type, SQLHANDLE handle) {
   return diagnostic;
 }
 
-bool IsConnectionLost(const OdbcDiagnostic& diagnostic) {
+namespace {
+
+bool IsLostByCode(const OdbcDiagnostic& diagnostic) {
   return std::any_of(kLostStates.begin(), kLostStates.end(),
                      [&](const char* state) { return diagnostic.state.starts_with(state); }) ||
          std::find(kLostNatives.begin(), kLostNatives.end(), diagnostic.native) !=
-             kLostNatives.end() ||
+             kLostNatives.end();
+}
+
+}  // namespace
+
+bool IsConnectionLost(const OdbcDiagnostic& diagnostic) {
+  if (IsLostByCode(diagnostic)) return true;
+  // A text may quote a record, so it counts only where the codes say nothing.
+  return NumberOf(diagnostic) == kErrEngine &&
          std::any_of(kLostTexts.begin(), kLostTexts.end(), [&](const char* text) {
            return diagnostic.text.find(text) != std::string::npos;
          });
 }
 
 std::int32_t NumberOf(const OdbcDiagnostic& diagnostic) {
-  if (IsConnectionLost(diagnostic)) return kErrEngine;
+  if (IsLostByCode(diagnostic)) return kErrEngine;
   for (const NativeNumber& entry : kNativeNumbers) {
     if (diagnostic.native == entry.native) return entry.number;
   }

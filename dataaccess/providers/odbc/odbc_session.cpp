@@ -26,7 +26,9 @@ constexpr std::size_t kIdleStatements = 64;
 
 const OdbcTable& TableOf(const RowOrigin& origin) { return static_cast<const OdbcTable&>(origin); }
 
-SQLPOINTER Number(std::uintptr_t value) { return reinterpret_cast<SQLPOINTER>(value); }
+SQLPOINTER Number(std::uintptr_t value) {
+  return reinterpret_cast<SQLPOINTER>(value);  // NOLINT(performance-no-int-to-ptr): the interface's
+}
 
 std::uintptr_t TransactionLevel(std::int32_t level) {
   switch (level) {
@@ -49,13 +51,16 @@ std::string_view GuessEngine(const ParsedConnectionString& connection) {
   return holds("sql server") ? "Microsoft SQL Server" : "";
 }
 
-// The string with those of the options that it does not hold itself.
-std::string WithOptions(std::string text, std::string_view options) {
+// The string with what the dialect's driver needs.
+std::string WithOptions(std::string text, const OdbcDialect& dialect) {
   const ParsedConnectionString given(text);
-  const ParsedConnectionString wanted(options);
+  const ParsedConnectionString wanted(dialect.DriverOptions());
+  const ParsedConnectionString fixed(dialect.FixedOptions());
   for (const auto& [keyword, value] : wanted.Values()) {
     if (!given.Find(keyword)) AppendPart(text, keyword, value);
   }
+  // Of equal keywords the last one counts.
+  for (const auto& [keyword, value] : fixed.Values()) AppendPart(text, keyword, value);
   return text;
 }
 
@@ -80,12 +85,12 @@ OdbcSession::OdbcSession(const ParsedConnectionString& connection, const Session
   const std::string text = OdbcString(connection, settings.user, settings.password,
                                       [this] { return InstalledDrivers(); });
   dialect_ = &DialectFor(GuessEngine(connection));
-  Connect(WithOptions(text, dialect_->DriverOptions()), settings);
+  Connect(WithOptions(text, *dialect_), settings);
   const OdbcDialect& actual = DialectFor(Info(SQL_DBMS_NAME));
   if (&actual != dialect_) {
     dialect_ = &actual;
     if (!dialect_->DriverOptions().empty()) {
-      Connect(WithOptions(text, dialect_->DriverOptions()), settings);
+      Connect(WithOptions(text, *dialect_), settings);
     }
   }
 
@@ -93,6 +98,7 @@ OdbcSession::OdbcSession(const ParsedConnectionString& connection, const Session
   SQLGetInfoW(handle(), SQL_GETDATA_EXTENSIONS, &extensions, sizeof extensions, nullptr);
   any_order_ = (extensions & SQL_GD_ANY_COLUMN) != 0 && (extensions & SQL_GD_BOUND) != 0;
   for (const std::string& statement : dialect_->SessionStatements()) Run(statement);
+  if (settings.mode == kModeRead && !dialect_->ReadOnly().empty()) Run(dialect_->ReadOnly());
   const std::int32_t asked = settings.isolation_level > 0 ? settings.isolation_level
                                                           : std::int32_t{kIsolationReadCommitted};
   isolation_level_ = dialect_->IsolationInForce(asked);
@@ -169,13 +175,27 @@ std::vector<std::string> OdbcSession::InstalledDrivers() const {
 }
 
 void OdbcSession::Raise(const OdbcDiagnostic& diagnostic, std::string_view statement) {
-  if (IsConnectionLost(diagnostic)) {
+  const std::int32_t number = NumberOf(diagnostic);
+  lost_ = lost_ || IsConnectionLost(diagnostic) || (number == kErrEngine && IsDead());
+  if (lost_) {
     in_transaction_ = false;
-    throw Error(kErrEngine, kOdbcSource, "the connection to the server is lost: " + diagnostic.text,
-                diagnostic.native != 0 ? diagnostic.native : 1, std::string(statement));
+    std::string text(kConnectionLost);
+    if (!diagnostic.text.empty()) text += ": " + diagnostic.text;
+    throw Error(kErrEngine, kOdbcSource, text, diagnostic.native != 0 ? diagnostic.native : 1,
+                std::string(statement));
   }
-  if (NumberOf(diagnostic) == kErrNoSuchTable && catalog_) catalog_->Forget();
+  if (number == kErrNoSuchTable && catalog_) catalog_->Forget();
   RaiseOdbc(diagnostic, statement);
+}
+
+void OdbcSession::RequireConnection() {
+  if (lost_) Raise({}, {});
+}
+
+bool OdbcSession::IsDead() const {
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  return SQL_SUCCEEDED(SQLGetConnectAttrW(handle(), SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+         dead == SQL_CD_TRUE;
 }
 
 void OdbcSession::Run(std::string_view text) { OdbcStatement(*this, text, text).Execute(); }
@@ -196,6 +216,7 @@ void OdbcSession::ChooseDelivery(SQLHSTMT statement, bool stream) {
 }
 
 void OdbcSession::MakeRoom(const OdbcStatement* runs) {
+  RequireConnection();
   if (streaming_ == nullptr || streaming_ == runs || !dialect_->OneReader()) return;
   std::exchange(streaming_, nullptr)->Hold();
 }
@@ -344,7 +365,10 @@ bool OdbcSession::KeepsAsGiven(const OdbcTable& table, const ColumnChange& chang
   const OdbcColumn* column = table.Info().FindColumn(change.column);
   if (column == nullptr) return false;
   const OdbcKind kind = KindOf(column->place.sql_type);
-  if (change.value.IsText()) return kind == OdbcKind::kText;
+  // Some engines take blanks away from the end: of fixed lengths, or beyond a column's length.
+  if (change.value.IsText()) {
+    return kind == OdbcKind::kText && !change.value.Get<std::string>().ends_with(' ');
+  }
   return kind == OdbcKind::kWhole && (change.value.GetIf<std::int32_t>() != nullptr ||
                                       change.value.GetIf<std::int64_t>() != nullptr);
 }
@@ -403,12 +427,14 @@ bool OdbcSession::UpdateRow(const RowOrigin& origin, std::span<Variant> identity
 Row OdbcSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) {
   const OdbcTable& table = TableOf(origin);
   Row identity;
+  std::size_t made = table.IdentityWidth();  // the place of the key that the engine makes
   for (const std::string& key : table.Info().keys) {
     const auto given = std::ranges::find_if(
         values, [&](const ColumnChange& v) { return EqualsIgnoreCase(v.column, key); });
-    if (given != values.end()) identity.push_back(given->value);
+    if (given == values.end()) made = identity.size();
+    identity.push_back(given != values.end() ? given->value : Variant::Null());
   }
-  const bool keys_given = identity.size() == table.IdentityWidth();
+  const bool keys_given = made == table.IdentityWidth();
   auto statement = Take(table.InsertText(values, !keys_given));
   for (const ColumnChange& value : values) {
     const OdbcColumn* column = table.Info().FindColumn(value.column);
@@ -418,12 +444,21 @@ Row OdbcSession::InsertRow(const RowOrigin& origin, std::span<const ColumnChange
   if (statement->HasRows()) {
     identity.clear();
     statement->Next(identity);
+    made = table.IdentityWidth();
   }
   GiveBack(std::move(statement));
+  if (made < identity.size() && !dialect_->LastKey().empty()) {
+    auto last = Take(std::string(dialect_->LastKey()));
+    last->Execute();
+    Row key;
+    if (last->Next(key)) identity[made] = std::move(key[0]);
+    GiveBack(std::move(last));
+  }
   return identity;
 }
 
 void OdbcSession::BeginTransaction() {
+  RequireConnection();
   const SQLRETURN code =
       SQLSetConnectAttrW(handle(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_OFF), 0);
   if (!SQL_SUCCEEDED(code)) Raise(DiagnosticOf(SQL_HANDLE_DBC, handle()), "BEGIN");
@@ -441,6 +476,13 @@ void OdbcSession::EndTransaction(SQLSMALLINT how) {
   SQLSetConnectAttrW(handle(), SQL_ATTR_AUTOCOMMIT, Number(SQL_AUTOCOMMIT_ON), 0);
 }
 
-Variant OdbcSession::StoredForm(const Variant& value) const { return qm::StoredForm(value); }
+Variant OdbcSession::StoredForm(const Variant& value) const {
+  Variant stored = qm::StoredForm(value);
+  if (stored.IsText() && !dialect_->KeepsZeros() &&
+      stored.Get<std::string>().find('\0') != std::string::npos) {
+    RaiseData(kErrWrongType, "this engine keeps no text with a character of code 0");
+  }
+  return stored;
+}
 
 }  // namespace qm

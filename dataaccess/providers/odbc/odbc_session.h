@@ -57,13 +57,21 @@ class OdbcSession : public ProviderSession {
 
   // For the statements of this session.
   SQLHDBC handle() const { return connection_.get(); }
+  SQLHDBC LiveHandle() {
+    RequireConnection();
+    return handle();
+  }
   void Count() { CountStatement(); }
   [[noreturn]] void Raise(const OdbcDiagnostic& diagnostic, std::string_view statement);
   bool GivesValuesInAnyOrder() const { return any_order_; }
+  bool TextsAsUtf8() const { return dialect_->TextsAsUtf8(); }
   void ChooseDelivery(SQLHSTMT statement, bool stream);
   /// Before a statement runs: another one that streams is read to its end where it would be in the
   /// way.
   void MakeRoom(const OdbcStatement* runs);
+  /// Once lost, a connection is not asked again: a driver might make a new one without a word, and
+  /// half of a transaction would be stored.
+  void RequireConnection();
   void Streams(OdbcStatement* statement) { streaming_ = statement; }
   void NoLongerStreams(const OdbcStatement* statement) noexcept {
     if (streaming_ == statement) streaming_ = nullptr;
@@ -72,6 +80,7 @@ class OdbcSession : public ProviderSession {
  private:
   void Connect(const std::string& text, const SessionSettings& settings);
   std::string Info(SQLUSMALLINT type) const;
+  bool IsDead() const;
   void Run(std::string_view text);
   void EndTransaction(SQLSMALLINT how);
   std::vector<std::string> InstalledDrivers() const;
@@ -84,9 +93,9 @@ class OdbcSession : public ProviderSession {
   OdbcHandle environment_;
   OdbcHandle connection_;
   bool connected_ = false;
+  bool lost_ = false;
   bool in_transaction_ = false;
   bool any_order_ = false;
-  bool one_reader_ = false;
   std::int32_t isolation_level_ = 0;
   const OdbcDialect* dialect_ = nullptr;
   std::unique_ptr<OdbcCatalog> catalog_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <limits>
 #include <utility>
@@ -23,7 +24,7 @@ constexpr std::size_t kMostRows = 256;
 constexpr std::size_t kLongText = 4000;
 constexpr std::size_t kPiece = 16384;
 
-SQLSMALLINT TargetType(OdbcKind kind) {
+SQLSMALLINT TargetType(OdbcKind kind, bool utf8) {
   switch (kind) {
     case OdbcKind::kWhole:
       return SQL_C_SBIGINT;
@@ -38,7 +39,7 @@ SQLSMALLINT TargetType(OdbcKind kind) {
     case OdbcKind::kText:
       break;
   }
-  return SQL_C_WCHAR;
+  return utf8 ? SQL_C_CHAR : SQL_C_WCHAR;
 }
 
 bool IsLong(OdbcKind kind, SQLULEN size) {
@@ -57,7 +58,8 @@ std::size_t CellSize(OdbcKind kind, SQLULEN size) {
     case OdbcKind::kMoment:
       return sizeof(SQL_TIMESTAMP_STRUCT);
     default:
-      return (2 * size + 1) * sizeof(SQLWCHAR);  // a character may take two units
+      // A character may take two units of UTF-16 and four bytes of UTF-8.
+      return (2 * size + 1) * sizeof(SQLWCHAR);
   }
 }
 
@@ -66,12 +68,28 @@ Variant MomentText(const SQL_TIMESTAMP_STRUCT& moment) {
   std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", int{moment.year},
                 unsigned{moment.month}, unsigned{moment.day});
   std::string result(text.data());
-  if (moment.hour != 0 || moment.minute != 0 || moment.second != 0) {
+  if (moment.hour != 0 || moment.minute != 0 || moment.second != 0 || moment.fraction != 0) {
     std::snprintf(text.data(), text.size(), " %02u:%02u:%02u", unsigned{moment.hour},
                   unsigned{moment.minute}, unsigned{moment.second});
     result += text.data();
   }
+  if (moment.fraction != 0) {
+    std::snprintf(text.data(), text.size(), ".%09u", static_cast<unsigned>(moment.fraction));
+    result += text.data();
+    result.resize(result.find_last_not_of('0') + 1);
+  }
   return result;
+}
+
+bool IsDecimal(SQLSMALLINT sql_type) { return sql_type == SQL_DECIMAL || sql_type == SQL_NUMERIC; }
+
+// A driver would write out all digits of the number's binary form.
+std::string DecimalText(double value) {
+  std::array<char, 400> digits{};
+  const auto end =
+      std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed)
+          .ptr;
+  return {digits.data(), end};
 }
 
 template <typename T>
@@ -81,7 +99,7 @@ T Read(const char* cell) {
   return value;
 }
 
-Variant CellValue(OdbcKind kind, const char* cell, std::size_t bytes) {
+Variant CellValue(OdbcKind kind, const char* cell, std::size_t bytes, bool utf8) {
   switch (kind) {
     case OdbcKind::kWhole:
       return StoredForm(Read<std::int64_t>(cell));
@@ -96,6 +114,7 @@ Variant CellValue(OdbcKind kind, const char* cell, std::size_t bytes) {
     case OdbcKind::kText:
       break;
   }
+  if (utf8) return std::string(cell, bytes);
   return Utf8({reinterpret_cast<const char16_t*>(cell), bytes / sizeof(SQLWCHAR)});
 }
 
@@ -129,16 +148,31 @@ OdbcKind KindOf(SQLSMALLINT sql_type) {
 }
 
 struct OdbcStatement::Parameter {
-  std::u16string text;
+  std::u16string wide;
+  std::string utf8;
   std::int64_t whole = 0;
   double real = 0;
   unsigned char bit = 0;
   SQLLEN length = 0;
+
+  /// Keeps the text, and gives where it stands.
+  SQLPOINTER Keep(std::string text, bool as_utf8) {
+    if (as_utf8) {
+      utf8 = std::move(text);
+      length = static_cast<SQLLEN>(utf8.size());
+      return utf8.data();
+    }
+    wide = Utf16(text);
+    length = static_cast<SQLLEN>(wide.size() * sizeof(char16_t));
+    return wide.data();
+  }
+  std::size_t TextSize() const { return std::max(wide.size(), utf8.size()); }
 };
 
 OdbcStatement::OdbcStatement(OdbcSession& session, std::string_view text, std::string_view shown)
     : session_(session),
-      handle_(SQL_HANDLE_STMT, SQL_HANDLE_DBC, session.handle()),
+      handle_(SQL_HANDLE_STMT, SQL_HANDLE_DBC, session.LiveHandle()),
+      utf8_(session.TextsAsUtf8()),
       text_(text),
       shown_(shown) {}
 
@@ -160,7 +194,7 @@ void OdbcStatement::Bind(const Variant& given, const OdbcPlace& place) {
   auto& parameter = *parameters_.emplace_back(std::make_unique<Parameter>());
   const bool typed = place.sql_type != SQL_UNKNOWN_TYPE;
   const OdbcKind kind = KindOf(place.sql_type);
-  SQLSMALLINT target = SQL_C_WCHAR;
+  SQLSMALLINT target = TargetType(OdbcKind::kText, utf8_);
   SQLSMALLINT type = typed ? place.sql_type : SQLSMALLINT{SQL_WVARCHAR};
   SQLULEN size = std::max<SQLULEN>(place.size, 1);
   SQLPOINTER data = nullptr;
@@ -178,6 +212,10 @@ void OdbcStatement::Bind(const Variant& given, const OdbcPlace& place) {
     target = SQL_C_SBIGINT;
     if (!typed) type = whole != nullptr ? SQL_INTEGER : SQL_BIGINT;
     data = &parameter.whole;
+  } else if (real != nullptr && IsDecimal(place.sql_type)) {
+    data = parameter.Keep(DecimalText(*real), utf8_);
+    type = SQL_WVARCHAR;
+    size = parameter.TextSize();
   } else if (!value.IsText() && (!typed || kind == OdbcKind::kReal || kind == OdbcKind::kWhole)) {
     parameter.real = real != nullptr    ? *real
                      : whole != nullptr ? double{static_cast<double>(*whole)}
@@ -186,13 +224,11 @@ void OdbcStatement::Bind(const Variant& given, const OdbcPlace& place) {
     type = SQL_DOUBLE;
     data = &parameter.real;
   } else {
-    parameter.text = Utf16(value.IsText() ? value.Get<std::string>() : ToText(value));
-    parameter.length = static_cast<SQLLEN>(parameter.text.size() * sizeof(char16_t));
+    data = parameter.Keep(value.IsText() ? value.Get<std::string>() : ToText(value), utf8_);
     if (!typed || kind == OdbcKind::kText || kind == OdbcKind::kBytes) {
-      type = parameter.text.size() > kLongText ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
-      size = std::max<SQLULEN>(parameter.text.size(), 1);
+      type = parameter.TextSize() > kLongText ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
+      size = std::max<SQLULEN>(parameter.TextSize(), 1);
     }
-    data = parameter.text.data();
   }
   const auto number = static_cast<SQLUSMALLINT>(parameters_.size());
   const SQLRETURN code =
@@ -278,6 +314,7 @@ void OdbcStatement::BindColumns() {
   const auto attribute = [this](SQLINTEGER name, SQLPOINTER value) {
     if (!SQL_SUCCEEDED(SQLSetStmtAttrW(handle_.get(), name, value, 0))) Raise();
   };
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface's way to give a number
   attribute(SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(block_));
   attribute(SQL_ATTR_ROWS_FETCHED_PTR, &fetched_);
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -286,7 +323,7 @@ void OdbcStatement::BindColumns() {
     column.cells.resize(column.cell * block_);
     column.lengths.resize(block_);
     const SQLRETURN code =
-        SQLBindCol(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), TargetType(column.kind),
+        SQLBindCol(handle_.get(), static_cast<SQLUSMALLINT>(i + 1), TargetType(column.kind, utf8_),
                    column.cells.data(), static_cast<SQLLEN>(column.cell), column.lengths.data());
     if (!SQL_SUCCEEDED(code)) Raise();
   }
@@ -312,6 +349,7 @@ std::string OdbcStatement::ColumnText(std::size_t column, SQLUSMALLINT field) {
 }
 
 bool OdbcStatement::FetchBlock() {
+  session_.RequireConnection();
   next_ = 0;
   fetched_ = 0;
   const SQLRETURN code = SQLFetch(handle_.get());
@@ -328,7 +366,7 @@ Variant OdbcStatement::BoundValue(const BoundColumn& column, std::size_t at) {
   if (length == SQL_NULL_DATA) return Variant::Null();
   const bool text = column.kind == OdbcKind::kText;
   const bool cut = text && (length == SQL_NO_TOTAL ||
-                            static_cast<std::size_t>(length) + sizeof(SQLWCHAR) > column.cell);
+                            static_cast<std::size_t>(length) + ClosingBytes() > column.cell);
   if (cut) {
     if (block_ > 1 && !SQL_SUCCEEDED(SQLSetPos(handle_.get(), static_cast<SQLSETPOSIROW>(at + 1),
                                                SQL_POSITION, SQL_LOCK_NO_CHANGE))) {
@@ -337,30 +375,30 @@ Variant OdbcStatement::BoundValue(const BoundColumn& column, std::size_t at) {
     return LongValue(static_cast<std::size_t>(&column - columns_.data()));
   }
   return CellValue(column.kind, column.cells.data() + at * column.cell,
-                   static_cast<std::size_t>(length));
+                   static_cast<std::size_t>(length), utf8_);
 }
 
 Variant OdbcStatement::LongValue(std::size_t column) {
   const OdbcKind kind = columns_[column].kind;
   const bool pieces = kind == OdbcKind::kText || kind == OdbcKind::kBytes;
-  const std::size_t closing = kind == OdbcKind::kText ? sizeof(SQLWCHAR) : 0;
+  const std::size_t closing = kind == OdbcKind::kText ? ClosingBytes() : 0;
   std::string bytes;
   std::vector<char> piece(kPiece);
   for (;;) {
     SQLLEN length = 0;
     const SQLRETURN code =
-        SQLGetData(handle_.get(), static_cast<SQLUSMALLINT>(column + 1), TargetType(kind),
+        SQLGetData(handle_.get(), static_cast<SQLUSMALLINT>(column + 1), TargetType(kind, utf8_),
                    piece.data(), static_cast<SQLLEN>(piece.size()), &length);
     if (code == SQL_NO_DATA) break;
     if (!SQL_SUCCEEDED(code)) Raise();
     if (length == SQL_NULL_DATA) return Variant::Null();
-    if (!pieces) return CellValue(kind, piece.data(), static_cast<std::size_t>(length));
+    if (!pieces) return CellValue(kind, piece.data(), static_cast<std::size_t>(length), utf8_);
     const bool more =
         length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > piece.size() - closing;
     bytes.append(piece.data(), more ? piece.size() - closing : static_cast<std::size_t>(length));
     if (!more) break;
   }
-  return CellValue(kind, bytes.data(), bytes.size());
+  return CellValue(kind, bytes.data(), bytes.size(), utf8_);
 }
 
 bool OdbcStatement::FetchRow(Row& row) {

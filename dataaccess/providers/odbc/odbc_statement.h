@@ -5,7 +5,7 @@
 // where all columns are short enough to be bound, else one fetch a row.
 //
 // Values come in stored form: whole numbers as Long or LongLong, other numbers as Double, a bit as
-// -1 or 0, dates as "YYYY-MM-DD[ HH:MM:SS]", everything else as text.
+// -1 or 0, dates as "YYYY-MM-DD[ HH:MM:SS[.F]]", everything else as text.
 #pragma once
 
 #include <functional>
@@ -81,9 +81,12 @@ class OdbcStatement {
   Variant BoundValue(const BoundColumn& column, std::size_t at);
   Variant LongValue(std::size_t column);
   bool FetchRow(Row& row);
+  /// What the driver writes behind a text.
+  std::size_t ClosingBytes() const { return utf8_ ? 1 : sizeof(SQLWCHAR); }
 
   OdbcSession& session_;
   OdbcHandle handle_;
+  bool utf8_;
   std::string text_;
   std::string shown_;
   bool prepared_ = false;

@@ -1,4 +1,4 @@
-#include "upkeep/database_catalog.h"
+#include "dataaccess/database_catalog.h"
 
 #include <utility>
 
@@ -6,8 +6,9 @@
 #include <qm/error.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/data_error.h"
+#include "dataaccess/sql_text.h"
 #include "runtime/text.h"
-#include "setup/sql_text.h"
 
 namespace qm {
 
@@ -19,7 +20,7 @@ std::string Answer(Connection& connection, const char* query) {
     const auto rows = connection.Execute(query);
     return rows->Eof() ? std::string() : ToTextOrEmpty(rows->Value(0));
   } catch (const Error& error) {
-    if (error.engine_code() == 0) throw;
+    if (error.engine_code() == 0 || IsConnectionLost(error)) throw;
     return {};
   }
 }
