@@ -162,12 +162,28 @@ std::size_t NameDictionary::BucketOf(std::string_view name) {
   return kOddBucket;
 }
 
+bool NameDictionary::Has(std::uint32_t number) const {
+  if (number >= Limit()) return false;
+  const BlockPlace& place = blocks_[number / kBlockNames];
+  return place.index * kBlockNames + number % kBlockNames < buckets_[place.bucket].names;
+}
+
 std::string_view NameDictionary::Name(std::uint32_t number) const {
   const BlockPlace& place = blocks_[number / kBlockNames];
   const Bucket& bucket = buckets_[place.bucket];
   const std::size_t index = place.index * kBlockNames + number % kBlockNames;
   if (bucket.length == 0) return bucket.odd[index];
   return std::string_view(bucket.texts).substr(index * bucket.length, bucket.length);
+}
+
+std::size_t NameDictionary::Bytes() const {
+  std::size_t bytes = slots_.capacity() * sizeof(Slot) + blocks_.capacity() * sizeof(BlockPlace);
+  for (const Bucket& bucket : buckets_) {
+    bytes += bucket.columns.capacity() * sizeof(NameColumn) + bucket.texts.capacity() +
+             bucket.blocks.capacity() * sizeof(std::uint32_t);
+    for (const std::string& name : bucket.odd) bytes += sizeof name + name.capacity();
+  }
+  return bytes;
 }
 
 // The name's slot, or the free one where it belongs.

@@ -43,6 +43,10 @@ class NameDictionary {
   std::size_t size() const { return size_; }
   /// More than every number.
   std::size_t Limit() const { return blocks_.size() * kBlockNames; }
+  /// What it holds in memory, about.
+  std::size_t Bytes() const;
+  /// Whether a name has this number.
+  bool Has(std::uint32_t number) const;
   /// Valid until the next `Add`.
   std::string_view Name(std::uint32_t number) const;
 

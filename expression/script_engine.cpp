@@ -60,7 +60,11 @@ void ScriptEngine::AddObject(std::string_view name, const Members& members, bool
 }
 
 Variant ScriptEngine::Eval(std::string_view expression) const {
-  return Run(Parse(expression), state_->objects);
+  return Run(Parse(expression));
+}
+
+Variant ScriptEngine::Run(const Program& program) const {
+  return qm::Run(program, state_->objects);
 }
 
 }  // namespace qm

@@ -29,22 +29,18 @@ std::string ReplaceAll(std::string_view text, std::string_view what, std::string
   return result.append(text.substr(from));
 }
 
-std::string FieldText(const Recordset& record, std::string_view name, std::string_view rule) {
-  const int ordinal = record.FieldOrdinal(name);
-  if (ordinal < 0) {
-    // A name put together from values would show them: then the rule stands for it.
-    const auto shown = rule.find(name) != std::string_view::npos ? name : rule;
-    throw Error(kErrNoSuchItem, "QMDataObjects2",
-                "Item cannot be found in the collection corresponding to the requested name or "
-                "ordinal: '" +
-                    std::string(shown) + "'");
-  }
-  return ToTextOrEmpty(record.Value(ordinal));
-}
-
 std::string Quoted(const std::string& value) { return "'" + value + "'"; }
 
 }  // namespace
+
+void RaiseNoSuchField(std::string_view name, std::string_view rule) {
+  // A name put together from values would show them: then the rule stands for it.
+  const auto shown = rule.find(name) != std::string_view::npos ? name : rule;
+  throw Error(kErrNoSuchItem, "QMDataObjects2",
+              "Item cannot be found in the collection corresponding to the requested name or "
+              "ordinal: '" +
+                  std::string(shown) + "'");
+}
 
 void SubstituteFields(std::string& expression,
                       const std::function<std::string(std::string_view name)>& field) {
@@ -100,16 +96,23 @@ const ScriptEngine& MatchScriptEngine() {
   return *engine;
 }
 
-std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
+std::string EvaluateExpression(std::string& expression, const FieldReader& field,
+                               ValueText values) {
   const ScriptEngine& engine = MatchScriptEngine();
-  const std::string rule = expression;
-  const auto field = [&](std::string_view name) { return FieldText(record, name, rule); };
   values == ValueText::kEscaped ? SubstituteEscaped(expression, field)
                                 : SubstituteFields(expression, field);
-  if (expression.find('(') == std::string::npos) {
-    return Quoted(FieldText(record, expression, rule));
-  }
+  if (expression.find('(') == std::string::npos) return Quoted(field(expression));
   return Quoted(ToTextOrEmpty(engine.Eval(expression)));
+}
+
+std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
+  const std::string rule = expression;
+  const auto field = [&](std::string_view name) {
+    const int ordinal = record.FieldOrdinal(name);
+    if (ordinal < 0) RaiseNoSuchField(name, rule);
+    return ToTextOrEmpty(record.Value(ordinal));
+  };
+  return EvaluateExpression(expression, field, values);
 }
 
 }  // namespace qm

@@ -26,6 +26,16 @@ void SubstituteFields(std::string& expression,
 /// quotes doubled and marks in a value left alone, so that no value can break or run as script.
 enum class ValueText { kPlain, kEscaped };
 
+/// The text of a record's field; raises 3265 for a name that it lacks.
+using FieldReader = std::function<std::string(std::string_view name)>;
+
+/// The value of `expression` for the record behind `field`, between single quotes; the expression
+/// is rewritten in place. Errors of the script pass through.
+std::string EvaluateExpression(std::string& expression, const FieldReader& field, ValueText values);
+
+/// Raises 3265 for a column that a rule names and the record lacks.
+[[noreturn]] void RaiseNoSuchField(std::string_view name, std::string_view rule);
+
 /// The value of `expression`, which is rewritten in place, for the row that `record` stands on;
 /// always between single quotes. Errors of the look-up (3265) and of the script pass through.
 std::string EvaluateMatchField(std::string& expression, const Recordset& record,

@@ -41,16 +41,13 @@ RuleScore ApplyRule(const MatchRule& rule, const std::string& abstract, const st
   if (result.skipped) return result;
   const std::int32_t before = total;
   if (!result.exact) {
-    const double percent = CompareStrings(a, b, rule.comparator_parameter) * 100;
-    result.agreement = NarrowInt16(RoundHalfEven(percent));
-    total = NarrowInt32(RoundHalfEven(total + result.agreement * rule.weight / 100));
+    result.agreement = AgreementOf(CompareStrings(a, b, rule.comparator_parameter));
+    total = AddAgreement(total, rule, result.agreement);
   } else if (abstract == patient) {
     result.agreement = 100;
-    total = NarrowInt32(RoundHalfEven(total + rule.weight));
+    total = AddEquality(total, rule);
   }
-  // Two totals of 32 bits may lie further apart than 32 bits reach; no sensible weight gets there.
-  result.added = static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(std::int64_t{total} - before, INT32_MIN, INT32_MAX));
+  result.added = ChangeOf(before, total);
   return result;
 }
 
@@ -62,6 +59,34 @@ std::string ComparedText(std::string_view value) {
   std::erase(buffer, '\'');
   buffer.erase(buffer.find_last_not_of(' ') + 1);
   return buffer;
+}
+
+void MakeCompared(std::string_view value, std::string& compared) {
+  if (IsAscii(value)) {
+    compared.assign(value.substr(0, kComparedCharacters));
+    for (char& c : compared) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+  } else {
+    compared = CharacterSlice(UpperCase(value), 0, kComparedCharacters);
+  }
+  std::erase(compared, '\'');
+  compared.erase(compared.find_last_not_of(' ') + 1);
+}
+
+std::int32_t AddAgreement(std::int32_t total, const MatchRule& rule, std::int16_t agreement) {
+  return NarrowInt32(RoundHalfEven(total + agreement * rule.weight / 100));
+}
+
+std::int32_t AddEquality(std::int32_t total, const MatchRule& rule) {
+  return NarrowInt32(RoundHalfEven(total + rule.weight));
+}
+
+std::int32_t ChangeOf(std::int32_t before, std::int32_t total) {
+  return static_cast<std::int32_t>(
+      std::clamp<std::int64_t>(std::int64_t{total} - before, INT32_MIN, INT32_MAX));
+}
+
+std::int16_t AgreementOf(double proportion) {
+  return NarrowInt16(RoundHalfEven(proportion * 100));
 }
 
 MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)

@@ -16,6 +16,7 @@
 #include <qm/recordset.h>
 
 #include "matching/match_field.h"
+#include "matching/matching_state.h"
 
 namespace qm {
 
@@ -25,6 +26,19 @@ inline constexpr std::size_t kComparedCharacters = 24;
 /// The evaluator's upper-cased value, in its quotes, as it is compared: cut, without quotes and
 /// blanks behind.
 std::string ComparedText(std::string_view value);
+
+/// The same for a value without quotes and in any case, written into `compared`.
+void MakeCompared(std::string_view value, std::string& compared);
+
+/// The running total after a rule whose sides agree by so many hundredths.
+std::int32_t AddAgreement(std::int32_t total, const MatchRule& rule, std::int16_t agreement);
+/// The same after an exact rule whose sides are equal.
+std::int32_t AddEquality(std::int32_t total, const MatchRule& rule);
+/// What a rule added, held within 32 bits: two totals may lie further apart, though no sensible
+/// weight gets there.
+std::int32_t ChangeOf(std::int32_t before, std::int32_t total);
+/// A degree of agreement in hundredths.
+std::int16_t AgreementOf(double proportion);
 
 class MatchScorer {
  public:
