@@ -156,14 +156,12 @@ bool BatchSearch::SearchPartitions(std::span<Record> records) {
   return true;
 }
 
-void BatchSearch::Run(Recordset& abstracts,
-                      const std::function<void(const Record& record)>& tell) {
+void BatchSearch::Run(Recordset& abstracts, const std::function<void(const Record& record)>& tell) {
   if (ordinals_.empty()) NameFields(abstracts);
   std::size_t at_once = kMostRecords;
   for (std::vector<Record> records; ReadRecords(abstracts, records);) {
     for (std::size_t from = 0; from < records.size();) {
-      const auto some =
-          std::span(records).subspan(from, std::min(at_once, records.size() - from));
+      const auto some = std::span(records).subspan(from, std::min(at_once, records.size() - from));
       if (!SearchPartitions(some)) {
         at_once = some.size() / 2;
         continue;
@@ -188,12 +186,11 @@ void MatchMany(const std::shared_ptr<Connection>& connection, Recordset& abstrac
   batch.reading = batch.searching = options.progress;
   std::int64_t place = 0;
   std::vector<Match> matches;
-  BatchSearch(connection, std::move(batch))
-      .Run(abstracts, [&](const BatchSearch::Record& record) {
-        matches.clear();
-        for (const Candidate& candidate : record.Candidates()) matches.push_back(candidate.match);
-        found(place++, matches);
-      });
+  BatchSearch(connection, std::move(batch)).Run(abstracts, [&](const BatchSearch::Record& record) {
+    matches.clear();
+    for (const Candidate& candidate : record.Candidates()) matches.push_back(candidate.match);
+    found(place++, matches);
+  });
 }
 
 }  // namespace qm

@@ -1,10 +1,10 @@
 // BatchSearch: the search of many records at once, by several threads, in an index of the patients
-// that is made for it: of all of them, or, where that would take more memory than is allowed, of one
-// partition after the other. What it finds is what `FindCandidates` finds for each record, ordered
-// by score and `PatientID`, whatever the memory and the threads.
+// that is made for it: of all of them, or, where that would take more memory than is allowed, of
+// one partition after the other. What it finds is what `FindCandidates` finds for each record,
+// ordered by score and `PatientID`, whatever the memory and the threads.
 //
-// The constructor refuses (3251) what the index refuses, before a record is read. Cost: the patients
-// are read once; in partitions, once for every so many records that their candidates fit.
+// The constructor refuses (3251) what the index refuses, before a record is read. Cost: the
+// patients are read once; in partitions, once for every so many records that their candidates fit.
 #pragma once
 
 #include <cstdint>
@@ -26,12 +26,12 @@
 namespace qm {
 
 struct BatchOptions {
-  CandidateOptions candidates{};        ///< cut-off, explanation and names
-  std::int64_t memory = 0;              ///< bytes; 0 without limit
-  int threads = 0;                      ///< 0: one a core
-  std::vector<std::string> shown{};     ///< columns of the records that are told with each
-  MatchIndexProgress reading{};         ///< patients
-  MatchIndexProgress searching{};       ///< records of those taken together
+  CandidateOptions candidates{};     ///< cut-off, explanation and names
+  std::int64_t memory = 0;           ///< bytes; 0 without limit
+  int threads = 0;                   ///< 0: one a core
+  std::vector<std::string> shown{};  ///< columns of the records that are told with each
+  MatchIndexProgress reading{};      ///< patients
+  MatchIndexProgress searching{};    ///< records of those taken together
 };
 
 class BatchSearch {
@@ -74,8 +74,8 @@ class BatchSearch {
   IndexRules rules_;
   PatientReader reader_;
   std::unique_ptr<CandidateIndex> index_;
-  bool first_is_read_ = false;  // the index holds the first partition
-  bool more_ = false;           // there are patients behind what the index holds
+  bool first_is_read_ = false;       // the index holds the first partition
+  bool more_ = false;                // there are patients behind what the index holds
   std::vector<std::string> fields_;  // what the rules read of a record, behind what is shown
   std::vector<int> ordinals_;        // of both
 };

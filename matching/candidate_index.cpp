@@ -53,8 +53,7 @@ std::string PatientReader::Query(const std::string& condition) const {
 }
 
 std::int64_t PatientReader::Count(const std::string& condition) const {
-  return ToInt32(
-      connection_->Execute("SELECT count(*) FROM Patients" + condition)->Value(0));
+  return ToInt32(connection_->Execute("SELECT count(*) FROM Patients" + condition)->Value(0));
 }
 
 // A value in other letters and one with a blank behind are other values.

@@ -21,7 +21,8 @@ constexpr std::size_t kWorthAThread = 2048;
 bool IsCompared(std::string_view text) {
   return text.size() <= kComparedCharacters && (text.empty() || text.back() != ' ') &&
          std::ranges::none_of(text, [](char c) {
-           return c == '\'' || (c >= 'a' && c <= 'z') || (static_cast<unsigned char>(c) & 0x80U) != 0;
+           return c == '\'' || (c >= 'a' && c <= 'z') ||
+                  (static_cast<unsigned char>(c) & 0x80U) != 0;
          });
 }
 

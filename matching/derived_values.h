@@ -1,9 +1,9 @@
 // DerivedValues: what a rule's expression makes of each value of one column, in the form in which
-// values are compared, each text once. So an expression is evaluated once a distinct value, not once
-// a patient. Where a plain column holds nothing but such texts, its own codes serve.
+// values are compared, each text once. So an expression is evaluated once a distinct value, not
+// once a patient. Where a plain column holds nothing but such texts, its own codes serve.
 //
-// Order of calls: `Extend` after values were added to the column, then the rest. Reading is safe for
-// many threads at once.
+// Order of calls: `Extend` after values were added to the column, then the rest. Reading is safe
+// for many threads at once.
 #pragma once
 
 #include <cstddef>

@@ -34,10 +34,7 @@ void Prefetch([[maybe_unused]] const void* address) {
 }  // namespace
 
 IndexSearch::IndexSearch(const PatientRows& rows, const IndexRules& rules)
-    : rows_(rows),
-      rules_(rules),
-      sides_(rules.rules().size()),
-      groups_(rules.groups().size()) {
+    : rows_(rows), rules_(rules), sides_(rules.rules().size()), groups_(rules.groups().size()) {
   for (const IndexRule& rule : rules.rules()) expressions_.push_back(rule.expression);
   for (const IndexBlock& block : rules.blocks()) blocking_.push_back(block.abstract_field);
 }
@@ -192,8 +189,8 @@ std::uint8_t IndexSearch::Percent(std::size_t rule, Code text) {
   Side& side = sides_[rule];
   if (side.remembers && side.percents[text] != kUnknownPercent) return side.percents[text];
   const DerivedValues& derived = rules_.derived()[*rules_.rules()[rule].derived];
-  const auto percent = static_cast<std::uint8_t>(
-      CompareTexts(rule, Trim(derived.Text(text, ColumnOf(derived)))));
+  const auto percent =
+      static_cast<std::uint8_t>(CompareTexts(rule, Trim(derived.Text(text, ColumnOf(derived)))));
   if (side.remembers) {
     side.percents[text] = percent;
     side.known.push_back(text);

@@ -1,6 +1,6 @@
 // IndexSearch: the search of one record after the other among `PatientRows`, with what a thread
-// needs for it: its own copies of the expressions, and the agreement of the record in work with each
-// text that it met.
+// needs for it: its own copies of the expressions, and the agreement of the record in work with
+// each text that it met.
 //
 // A candidate is first weighed by what each column can add at most, which is remembered by the
 // column's code; only one that can reach the cut-off is scored in the order of the rules, with the
@@ -29,7 +29,8 @@ class IndexSearch {
 
   /// The candidates at or above the cut-off, in no order. `abstract` reads its fields; of the
   /// options those of order and quotes are not asked for. Errors as of `FindCandidates`.
-  const std::vector<Candidate>& Search(const FieldReader& abstract, const CandidateOptions& options);
+  const std::vector<Candidate>& Search(const FieldReader& abstract,
+                                       const CandidateOptions& options);
 
  private:
   using Code = PatientRows::Code;

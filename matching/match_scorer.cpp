@@ -85,9 +85,7 @@ std::int32_t ChangeOf(std::int32_t before, std::int32_t total) {
       std::clamp<std::int64_t>(std::int64_t{total} - before, INT32_MIN, INT32_MAX));
 }
 
-std::int16_t AgreementOf(double proportion) {
-  return NarrowInt16(RoundHalfEven(proportion * 100));
-}
+std::int16_t AgreementOf(double proportion) { return NarrowInt16(RoundHalfEven(proportion * 100)); }
 
 MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
     : abstract_(abstract), values_(values), abstract_values_(CurrentMatching().rules.size()) {}

@@ -68,8 +68,7 @@ void RuleExpression::ReadScript() {
   }
   for (std::size_t i = 0; i < places_.size(); ++i) {
     const Variant holder(PlaceHolder(i));
-    const auto constant =
-        std::find(program_.constants.begin(), program_.constants.end(), holder);
+    const auto constant = std::find(program_.constants.begin(), program_.constants.end(), holder);
     if (constant == program_.constants.end()) return;
     places_[i].constant = static_cast<std::size_t>(constant - program_.constants.begin());
   }

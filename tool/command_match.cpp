@@ -5,13 +5,16 @@
 #include <qm/matcher.h>
 #include <qm/recordset.h>
 
+#include <array>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <utility>
 
+#include "matching/batch_search.h"
 #include "matching/candidate_search.h"
 #include "review/declined_pairs.h"
 #include "tool/databases.h"
@@ -30,7 +33,11 @@ struct Arguments {
   bool explain = false;
   bool summary = false;
   bool with_declined = false;
+  std::int64_t memory = 0;  // MiB
 };
+
+// From this share of the patients on, reading all of them is the quicker way.
+constexpr std::int64_t kPatientsOfARecord = 1000;
 
 std::vector<Column> Columns(bool explain) {
   std::vector<Column> columns = {{"AbsRefID", true},          {"Rank", true},
@@ -80,6 +87,9 @@ void WriteCandidate(ResultWriter& results, Format format, std::vector<std::strin
   }
 }
 
+// What is told of an abstract.
+constexpr std::array kShown = {"AbsRefID", "LastName", "FirstName", "MiddleName"};
+
 class MatchCommand {
  public:
   MatchCommand(const Arguments& arguments, Tool& tool)
@@ -113,13 +123,10 @@ class MatchCommand {
                   "abstract " + std::to_string(*arguments_.abstract) + " does not exist");
     }
     if (!arguments_.with_declined) declined_ = DeclinedPairs();
-    ProgressBar bar("matching");
     const std::int64_t total = CountAbstracts(registry);
-    std::int64_t done = 0;
-    for (const Recordset& abstract : abstracts->Rows()) {
-      *id = ToInt32(abstract.Value("AbsRefID"));
-      WriteMatches(matching, abstract, *id);
-      bar.Show(++done, total);
+    if (total * kPatientsOfARecord < Count(matching, "Patients") ||
+        !MatchInMemory(matching, *abstracts, *id)) {
+      MatchOneByOne(matching, *abstracts, total, *id);
     }
     results_.Finish();
   }
@@ -149,26 +156,73 @@ class MatchCommand {
   }
 
   std::int64_t CountAbstracts(const std::shared_ptr<Connection>& registry) const {
-    if (arguments_.abstract) return 1;
-    return ToInt32(registry->Execute("SELECT count(*) FROM Abstracts")->Value(0));
+    return arguments_.abstract ? 1 : Count(registry, "Abstracts");
   }
 
-  void WriteMatches(const std::shared_ptr<Connection>& matching, const Recordset& abstract,
-                    std::int32_t id) {
+  static std::int64_t Count(const std::shared_ptr<Connection>& connection,
+                            const std::string& table) {
+    return ToInt32(connection->Execute("SELECT count(*) FROM " + table)->Value(0));
+  }
+
+  void MatchOneByOne(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
+                     std::int64_t total, std::int32_t& id) {
+    ProgressBar bar("matching");
+    std::int64_t done = 0;
+    std::vector<std::string> shown(kShown.size());
+    for (const Recordset& abstract : abstracts.Rows()) {
+      id = ToInt32(abstract.Value("AbsRefID"));
+      const auto candidates = FindCandidates(matching, abstract, SearchOptions());
+      for (std::size_t i = 0; i < kShown.size() && !candidates.empty(); ++i) {
+        shown[i] = ToTextOrEmpty(abstract.Value(kShown[i]));
+      }
+      WriteMatches(id, shown, candidates);
+      bar.Show(++done, total);
+    }
+  }
+
+  // False, with nothing done, when the registry's own way of blocking cannot be had in memory.
+  bool MatchInMemory(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
+                     std::int32_t& id) {
+    ProgressBar bar("matching");
+    BatchOptions options;
+    options.candidates = SearchOptions();
+    options.memory = arguments_.memory << 20U;
+    options.shown.assign(kShown.begin(), kShown.end());
+    options.reading =
+        options.searching = [&](std::int64_t done, std::int64_t total) { bar.Show(done, total); };
+    std::optional<BatchSearch> search;
+    try {
+      search.emplace(matching, std::move(options));
+    } catch (const Error& error) {
+      if (error.number() != kErrNotSupported) throw;
+      return false;
+    }
+    search->Run(abstracts, [&](const BatchSearch::Record& record) {
+      id = ToInt32(Variant(record.Shown()[0]));
+      WriteMatches(id, record.Shown(), record.Candidates());
+    });
+    return true;
+  }
+
+  CandidateOptions SearchOptions() const {
     CandidateOptions options;
     options.escape_quotes = true;
     options.ties = TieOrder::kPatientId;
     options.cutoff = arguments_.cutoff;
     options.explain = arguments_.explain;
+    return options;
+  }
+
+  void WriteMatches(std::int32_t id, std::span<const std::string> shown,
+                    std::span<const Candidate> candidates) {
     int rank = 0;
-    for (const Candidate& candidate : FindCandidates(matching, abstract, options)) {
+    for (const Candidate& candidate : candidates) {
       if (declined_.contains({id, candidate.match.patient_id})) continue;
       WriteCandidate(
           results_, tool_.settings.format,
           {std::to_string(id), std::to_string(++rank), std::to_string(candidate.match.patient_id),
-           std::to_string(candidate.match.score), ToTextOrEmpty(abstract.Value("LastName")),
-           ToTextOrEmpty(abstract.Value("FirstName")), ToTextOrEmpty(abstract.Value("MiddleName")),
-           candidate.lastname, candidate.firstname, candidate.middlename},
+           std::to_string(candidate.match.score), shown[1], shown[2], shown[3], candidate.lastname,
+           candidate.firstname, candidate.middlename},
           candidate.rules);
     }
   }
@@ -205,6 +259,12 @@ void AddMatch(CLI::App& app, Tool& tool) {
                  "and ties for each cut-off")
       ->needs(all)
       ->excludes(explain);
+  command
+      ->add_option("--memory", arguments->memory,
+                   "MiB that the patients may take in memory; more are gone through in parts")
+      ->type_name("MIB")
+      ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 30U))
+      ->needs(all);
   command->add_flag("--with-declined", arguments->with_declined,
                     "also the pairs that a reviewer declined");
   command->callback([arguments, &tool] {

@@ -16,8 +16,9 @@
 // reach the cut-off. A rule that reads several columns, or the clock, is evaluated for each patient
 // that comes so far.
 //
-// Many threads may search at once; a refresh waits for them. It refuses (3251) blocking columns that
-// are no plain column of the patients, hold other values than text, or are not compared binary.
+// Many threads may search at once; a refresh waits for them. It refuses (3251) blocking columns
+// that are no plain column of the patients, hold other values than text, or are not compared
+// binary.
 #pragma once
 
 #include <cstdint>
@@ -51,8 +52,8 @@ class QM_API MatchIndex {
   /// recordset stands on the abstract's row. Errors are those of the rules' scripts.
   std::vector<Match> Search(const Recordset& abstract,
                             std::optional<std::int16_t> cutoff = {}) const;
-  /// The same for a record that is in no recordset: `field` gives the text of a field by name, empty
-  /// for Null, and raises 3265 for one that it lacks.
+  /// The same for a record that is in no recordset: `field` gives the text of a field by name,
+  /// empty for Null, and raises 3265 for one that it lacks.
   std::vector<Match> Search(const std::function<std::string(std::string_view name)>& field,
                             std::optional<std::int16_t> cutoff = {}) const;
 
