@@ -23,7 +23,9 @@ void RequireSingleStatement(std::string_view text, SqlQuoting quoting) {
   if (token.kind == SqlToken::Kind::kEnd) Refuse("The statement is empty", text);
   bool closed = false;
   for (; token.kind != SqlToken::Kind::kEnd; token = scanner.Next()) {
-    if (token.IsSymbol(';')) {
+    if (token.IsSymbol('?')) {
+      Refuse("The statement holds a parameter (?), for which no value can be given", text);
+    } else if (token.IsSymbol(';')) {
       closed = true;
     } else if (closed) {
       Refuse("Only one statement may be given", text);

@@ -8,9 +8,10 @@
 
 namespace qm {
 
-/// Refuses (kErrStatement) text that holds no statement, or a second one behind a semicolon. A
-/// closing semicolon, blanks and comments are allowed. Bodies with semicolons of their own
-/// (CREATE TRIGGER) count as several statements.
+/// Refuses (kErrStatement) text that holds no statement, a second one behind a semicolon, or a
+/// place for a parameter: engines would take that for Null, or read beyond what they were sent. A
+/// closing semicolon, blanks and comments are allowed. Bodies with semicolons of their own (CREATE
+/// TRIGGER) count as several statements.
 void RequireSingleStatement(std::string_view text, SqlQuoting quoting = {});
 
 }  // namespace qm

@@ -11,6 +11,7 @@
 #include "expression/syntax_error.h"
 #include "runtime/date_text.h"
 #include "runtime/number_text.h"
+#include "runtime/text.h"
 
 namespace qm {
 

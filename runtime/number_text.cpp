@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "runtime/text.h"
+
 namespace qm {
 
 namespace {

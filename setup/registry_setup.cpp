@@ -7,7 +7,10 @@
 #include <optional>
 #include <system_error>
 
+#include "dataaccess/database_catalog.h"
+#include "dataaccess/sql_scanner.h"
 #include "runtime/private_file.h"
+#include "runtime/text.h"
 #include "setup/database_file.h"
 #include "setup/schema.h"
 
@@ -23,6 +26,21 @@ constexpr std::array kDatabaseFiles = {"registry.db", "control.db"};
 constexpr const char* kWorkFolder = ".setup-";
 // What a database in use, or one whose user was interrupted, keeps beside itself.
 constexpr std::array kCompanions = {"", "-wal", "-shm", "-journal"};
+
+// A table that is there already would be noticed in the middle of the work, which some engines
+// cannot take back.
+void RequireNoTables(const std::shared_ptr<Connection>& connection,
+                     const std::vector<std::string>& statements) {
+  const std::vector<std::string> there = DatabaseCatalog(connection).Tables();
+  for (const std::string& statement : statements) {
+    SqlScanner scanner(statement);
+    if (!scanner.Next().Is("CREATE") || !scanner.Next().Is("TABLE")) continue;
+    const std::string table = UnquoteName(scanner.Next().text);
+    if (!ContainsName(there, table)) continue;
+    throw Error(kErrIntegrity, kSource,
+                "The database holds a registry already: there is a table " + table + ".");
+  }
+}
 
 void Run(Connection& connection, const std::vector<std::string>& statements) {
   for (const std::string& statement : statements) connection.Execute(statement);
@@ -131,14 +149,18 @@ void BuildFolder(const fs::path& folder, const RegistrySetup& setup) {
 void CreateRegistry(const std::shared_ptr<Connection>& registry,
                     const std::shared_ptr<Connection>& control, const RegistrySetup& setup) {
   const std::vector<ShippedLayout> layouts = LoadShippedLayouts(setup.layouts);
+  const std::vector<std::string> registry_tables = RegistryTables(layouts);
+  const std::vector<std::string> control_tables = ControlTables(layouts);
+  RequireNoTables(registry, registry_tables);
+  RequireNoTables(control, control_tables);
   Transaction registry_transaction(registry);
   std::optional<Transaction> control_transaction;
   if (control != registry) control_transaction.emplace(control);
   for (const auto& statements :
-       {RegistryTables(layouts), KeyIndexes(), MatchingIndexes(), RegistryRows(), DefaultRules()}) {
+       {registry_tables, KeyIndexes(), MatchingIndexes(), RegistryRows(), DefaultRules()}) {
     Run(*registry, statements);
   }
-  Run(*control, ControlTables(layouts));
+  Run(*control, control_tables);
   if (control_transaction) control_transaction->Commit();
   registry_transaction.Commit();
 }

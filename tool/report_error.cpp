@@ -7,6 +7,7 @@
 
 #include "dataaccess/data_error.h"
 #include "runtime/text.h"
+#include "upkeep/table_rows.h"
 
 namespace qm::tool {
 
@@ -54,6 +55,9 @@ constexpr std::pair<std::string_view, std::string_view> kMissing[] = {
 // stand between quotes there.
 std::string TellablePart(std::string_view engine_text) {
   if (engine_text.starts_with(kConnectionLost)) return ", " + std::string(kConnectionLost);
+  if (engine_text.starts_with(kAtRow)) {
+    return ", " + std::string(engine_text.substr(0, engine_text.find(": ")));
+  }
   for (const auto& [start, end] : kMissing) {
     if (!engine_text.starts_with(start)) continue;
     const std::size_t at = engine_text.find(end, start.size());

@@ -1,5 +1,6 @@
 #include "upkeep/table_rows.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <utility>
@@ -8,6 +9,7 @@
 
 #include "dataaccess/sql_text.h"
 #include "datasets/import_digest.h"
+#include "runtime/text.h"
 
 namespace qm {
 
@@ -35,9 +37,16 @@ std::string NumberText(const Variant& value) {
   return {digits.data(), end};
 }
 
-// Whether every engine and its driver reads the text in quotes as it stands.
-bool IsPlain(std::string_view text) {
-  return text.find_first_of(std::string_view("\\\0", 2)) == std::string_view::npos;
+// Whether every engine and its driver reads the value as it stands in a statement.
+bool IsPlain(const Variant& value) {
+  return !value.IsText() ||
+         value.Get<std::string>().find_first_of(std::string_view("\\\0", 2)) == std::string::npos;
+}
+
+// Whether another row might have been taken.
+bool IsRefusal(const Error& error) {
+  return error.engine_code() != 0 &&
+         (error.number() == kErrStatement || error.number() == kErrIntegrity);
 }
 
 void AppendLiteral(std::string& statement, const Variant& value) {
@@ -48,6 +57,15 @@ void AppendLiteral(std::string& statement, const Variant& value) {
   } else {
     statement += NumberText(value);
   }
+}
+
+void AppendRow(std::string& statement, const std::vector<Variant>& row) {
+  char separator = '(';
+  for (const Variant& value : row) {
+    statement += std::exchange(separator, ',');
+    AppendLiteral(statement, value);
+  }
+  statement += ')';
 }
 
 }  // namespace
@@ -108,40 +126,90 @@ TableWriter::TableWriter(std::shared_ptr<Connection> connection, const TableRows
                ") VALUES ") {}
 
 void TableWriter::Add(const Recordset& row) {
-  const std::size_t before = rows_.size();
-  rows_ += rows_.empty() ? "(" : ", (";
+  Values values;
   const int count = row.FieldCount();
-  for (int i = 0; i < count; ++i) {
-    if (i > 0) rows_ += ", ";
-    const Variant value = row.Value(i);
-    if (value.IsText() && !IsPlain(value.Get<std::string>())) {
-      rows_.resize(before);
-      AddByRecordset(row);
-      return;
+  for (int i = 0; i < count; ++i) values.push_back(row.Value(i));
+  if (!std::ranges::all_of(values, IsPlain)) {
+    try {
+      WriteByRecordset(values);
+    } catch (const Error& error) {
+      RaiseAtRow(error, {values});
     }
-    AppendLiteral(rows_, value);
+    return;
   }
-  rows_ += ')';
-  if (rows_.size() >= kStatementLength) Flush();
-}
-
-// No value stands in a statement then.
-void TableWriter::AddByRecordset(const Recordset& row) {
-  const auto to = connection_->CreateRecordset();
-  to->Open("SELECT * FROM " + Bracketed(table_.name) + " WHERE 1 = 2", connection_, kOpenKeyset,
-           kLockOptimistic);
-  to->AddNew();
-  for (int i = 0; i < row.FieldCount(); ++i) {
-    to->SetValue(table_.columns[static_cast<std::size_t>(i)], row.Value(i));
-  }
-  to->Update();
-  to->Close();
+  if (!literals_.empty()) literals_ += ", ";
+  AppendRow(literals_, values);
+  rows_.push_back(std::move(values));
+  if (literals_.size() >= kStatementLength) Flush();
 }
 
 void TableWriter::Flush() {
   if (rows_.empty()) return;
-  connection_->Execute(heading_ + rows_);
+  try {
+    connection_->Execute(heading_ + literals_);
+  } catch (const Error& error) {
+    RaiseAtRow(error, rows_);
+  }
+  literals_.clear();
   rows_.clear();
+}
+
+void TableWriter::Write(const Values& row) {
+  if (!std::ranges::all_of(row, IsPlain)) return WriteByRecordset(row);
+  std::string literals;
+  AppendRow(literals, row);
+  connection_->Execute(heading_ + literals);
+}
+
+// No value stands in a statement then.
+void TableWriter::WriteByRecordset(const Values& row) {
+  const auto to = connection_->CreateRecordset();
+  to->Open("SELECT * FROM " + Bracketed(table_.name) + " WHERE 1 = 2", connection_, kOpenKeyset,
+           kLockOptimistic);
+  to->AddNew();
+  for (std::size_t i = 0; i < row.size(); ++i) to->SetValue(table_.columns[i], row[i]);
+  to->Update();
+  to->Close();
+}
+
+bool TableWriter::CanWrite(const Values& row) {
+  try {
+    Write(row);
+    return true;
+  } catch (const Error& error) {
+    if (!IsRefusal(error)) throw;
+    return false;
+  }
+}
+
+// The column is the one without whose value the row is taken.
+std::string TableWriter::PlaceOfFault(const Values& row) {
+  std::string place;
+  std::string column;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const std::string& name = table_.columns[i];
+    if (ContainsName(table_.keys, name)) {
+      // A text may say who the record is about.
+      if (row[i].IsText() || row[i].IsNull()) continue;
+      place += (place.empty() ? " with " : " and ") + name + " " + NumberText(row[i]);
+    } else if (column.empty() && !row[i].IsNull()) {
+      Values without = row;
+      without[i] = Variant::Null();
+      if (CanWrite(without)) column = ", column " + name;
+    }
+  }
+  return place + column;
+}
+
+void TableWriter::RaiseAtRow(const Error& error, const std::vector<Values>& rows) {
+  if (!IsRefusal(error)) throw error;
+  for (const Values& row : rows) {
+    if (CanWrite(row)) continue;
+    throw Error(error.number(), error.source(),
+                std::string(kAtRow) + PlaceOfFault(row) + ": " + error.description(),
+                error.engine_code(), error.statement());
+  }
+  throw error;
 }
 
 }  // namespace qm

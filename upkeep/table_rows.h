@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <qm/connection.h>
+#include <qm/error.h>
 #include <qm/recordset.h>
 #include <qm/variant.h>
 
@@ -44,8 +45,14 @@ class TableDigest {
   std::array<std::uint32_t, 8> sum_{};
 };
 
+/// How the failure begins whose row is known; the row's key and column stand between this and the
+/// first ": ", and behind it what the engine says.
+inline constexpr std::string_view kAtRow = "at the row";
+
 /// Writes rows by statements of many rows. Order of calls: `Add` for each row, `Flush` before the
-/// transaction's end.
+/// transaction's end. Rows that the engine refuses are tried one by one, to name the first such row
+/// by its key, where that is a number, and the column that is refused; the transaction is to be
+/// given up then.
 class TableWriter {
  public:
   TableWriter(std::shared_ptr<Connection> connection, const TableRows& table);
@@ -53,12 +60,18 @@ class TableWriter {
   void Flush();
 
  private:
-  void AddByRecordset(const Recordset& row);
+  using Values = std::vector<Variant>;
+  void Write(const Values& row);
+  void WriteByRecordset(const Values& row);
+  bool CanWrite(const Values& row);
+  std::string PlaceOfFault(const Values& row);
+  [[noreturn]] void RaiseAtRow(const Error& error, const std::vector<Values>& rows);
 
   std::shared_ptr<Connection> connection_;
   const TableRows& table_;
   std::string heading_;
-  std::string rows_;
+  std::string literals_;
+  std::vector<Values> rows_;  // those of the literals
 };
 
 }  // namespace qm

@@ -3,8 +3,10 @@
 // fields, blocking and matching rules).
 //
 // `CreateRegistry` works on two open, empty databases of any provider; `CreateRegistryFolder` makes
-// both as SQLite files in a folder. Each database comes about in one transaction. A table that is
-// there already is the engine's error, and nothing of the set-up stays.
+// both as SQLite files in a folder. A table that is there already is refused by its name before
+// anything is made (kErrIntegrity). Each database comes about in one transaction, of which nothing
+// stays when it fails midway, save on engines where making a table ends a transaction (MariaDB):
+// there the tables made so far stay.
 #pragma once
 
 #include <filesystem>

@@ -68,6 +68,7 @@ TEST(Statement, OneACall) {
       "SELECT 'it''s; fine'",
       "SELECT 1 -- ' ; SELECT 2",
       "SELECT 'open ; SELECT 2",
+      "SELECT 'a?', [b?] FROM t -- ?",
   };
   for (const char* text : allowed)
     EXPECT_EQ(Raises([&] { RequireSingleStatement(text); }).number, 0);
@@ -78,6 +79,7 @@ TEST(Statement, OneACall) {
       "SELECT 'O'; DROP TABLE t; --'",
       "SELECT 1 /* */ ; x",
       "SELECT [a]]; DROP TABLE t --]",
+      "SELECT a FROM t WHERE b=?",
       std::string_view("SELECT 1\0; DROP TABLE t", 23),
   };
   for (const std::string_view text : refused) {

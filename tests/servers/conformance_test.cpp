@@ -133,6 +133,12 @@ TEST_P(Conformance, OneEqualityAndOneOrder) {
       {"LastName = 12", "6"},
       {"12 = LastName", "6"},
       {"LastName <> 0 AND PatientID > 4", "5;6;8"},
+      {"LastName = -12", ""},
+      {"LastName = - 12 OR LastName = +12", "6"},
+      {"-1.5 = LastName OR LastName = 12.0 OR [Default] < 1.50", ""},
+      {"LastName IN ('SMITH', -7, 12, 1.5)", "3;6"},
+      {"Patients.LastName BETWEEN 010 AND 13 AND PatientID BETWEEN -1 AND 7.5", "6"},
+      {"LastName NOT BETWEEN -1 AND '2' AND LastName < 'T'", "1;3;8"},
       {"PatientID = '3'", "3"},
       {"LastName IS NULL", "7"},
       {"LastName < 'a' AND LastName > '1'", "1;3;6"},
@@ -221,6 +227,7 @@ TEST_P(Conformance, FailuresHaveTheirNumbers) {
       {"INSERT INTO Strict (Code) VALUES (NULL)", kErrIntegrity},
       {" ; -- nothing\n", kErrStatement, false},
       {"DELETE FROM Patients; DELETE FROM Patients", kErrStatement, false},
+      {"DELETE FROM Patients WHERE LastName = ?", kErrStatement, false},
   };
   for (const bool in_transaction : {false, true}) {
     if (in_transaction) connection_->BeginTrans();

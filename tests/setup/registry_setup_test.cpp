@@ -240,7 +240,8 @@ TEST(RegistrySetup, RefusalLeavesTheFolderAsItWas) {
 TEST(RegistrySetup, FailureUndoesBothDatabases) {
   const TempFolder folder;
   const std::string registry = MakeDatabase(folder.File("r.db"), "CREATE TABLE kept (x)");
-  const std::string control = MakeDatabase(folder.File("c.db"), "CREATE TABLE NAACCR18Fields (x)");
+  const std::string control =
+      MakeDatabase(folder.File("c.db"), "CREATE VIEW NAACCR18Fields AS SELECT 1");
   EXPECT_NE(Raises([&] { CreateRegistry(OpenSqlite(registry), OpenSqlite(control)); }).number, 0);
   EXPECT_EQ(QueryText(registry, "SELECT name FROM sqlite_master"), "kept");
   EXPECT_EQ(QueryText(control, "SELECT name FROM sqlite_master"), "NAACCR18Fields");

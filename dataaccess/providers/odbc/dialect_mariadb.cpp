@@ -20,6 +20,7 @@ class MariaDb : public OdbcDialect {
     return "OPTION=1048578;";
   }
   std::string_view FixedOptions() const override { return "CHARSET=utf8mb4;"; }
+  std::string_view LoginTimeout() const override { return "CONN_TIMEOUT"; }
   std::vector<std::string> SessionStatements() const override {
     return {
         "SET SESSION sql_mode = "

@@ -22,6 +22,9 @@ class OdbcDialect {
   virtual std::string_view DriverOptions() const { return ""; }
   /// Those of them that no string may set otherwise.
   virtual std::string_view FixedOptions() const { return ""; }
+  /// The keyword that bounds connecting in seconds, where the driver takes the interface's own
+  /// setting for the network alone and waits for a silent server.
+  virtual std::string_view LoginTimeout() const { return ""; }
   /// Sent after connecting.
   virtual std::vector<std::string> SessionStatements() const { return {}; }
   /// Sent behind them where the connection is for reading.

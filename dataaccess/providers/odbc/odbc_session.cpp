@@ -52,12 +52,16 @@ std::string_view GuessEngine(const ParsedConnectionString& connection) {
 }
 
 // The string with what the dialect's driver needs.
-std::string WithOptions(std::string text, const OdbcDialect& dialect) {
+std::string WithOptions(std::string text, const OdbcDialect& dialect, std::int32_t login_timeout) {
   const ParsedConnectionString given(text);
   const ParsedConnectionString wanted(dialect.DriverOptions());
   const ParsedConnectionString fixed(dialect.FixedOptions());
   for (const auto& [keyword, value] : wanted.Values()) {
     if (!given.Find(keyword)) AppendPart(text, keyword, value);
+  }
+  const std::string_view limit = dialect.LoginTimeout();
+  if (login_timeout > 0 && !limit.empty() && !given.Find(limit)) {
+    AppendPart(text, limit, std::to_string(login_timeout));
   }
   // Of equal keywords the last one counts.
   for (const auto& [keyword, value] : fixed.Values()) AppendPart(text, keyword, value);
@@ -85,12 +89,12 @@ OdbcSession::OdbcSession(const ParsedConnectionString& connection, const Session
   const std::string text = OdbcString(connection, settings.user, settings.password,
                                       [this] { return InstalledDrivers(); });
   dialect_ = &DialectFor(GuessEngine(connection));
-  Connect(WithOptions(text, *dialect_), settings);
+  Connect(WithOptions(text, *dialect_, settings.connection_timeout), settings);
   const OdbcDialect& actual = DialectFor(Info(SQL_DBMS_NAME));
   if (&actual != dialect_) {
     dialect_ = &actual;
     if (!dialect_->DriverOptions().empty()) {
-      Connect(WithOptions(text, *dialect_), settings);
+      Connect(WithOptions(text, *dialect_, settings.connection_timeout), settings);
     }
   }
 

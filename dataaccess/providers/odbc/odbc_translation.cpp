@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "dataaccess/keyword_spelling.h"
@@ -96,7 +98,16 @@ class Translation {
     FindTables();
     FindOrderTerms();
     for (std::size_t i = 0; i < tokens_.size(); ++i) {
-      Token(i);
+      if (const auto end = ComparedAsText(i)) {
+        SqlToken number = tokens_[i];
+        const SqlToken& last = tokens_[*end - 1];
+        number.text = std::string_view(text_).substr(
+            number.offset, last.offset + last.text.size() - number.offset);
+        Replace(number, "'" + NumberText(i) + "'");
+        i = *end - 1;
+      } else {
+        Token(i);
+      }
       const auto order = null_orders_.find(i);
       if (order != null_orders_.end()) Append(tokens_[i], dialect_.NullOrder(order->second));
     }
@@ -169,32 +180,72 @@ class Translation {
     return column != nullptr && KindOf(column->place.sql_type) == OdbcKind::kText;
   }
 
-  // A whole number that stands alone is compared with a column of texts as the text it is: some
-  // engines refuse that comparison, others read the texts as numbers.
-  bool IsComparedAsText(std::size_t i) const {
-    const SqlToken& token = tokens_[i];
-    if (token.kind != SqlToken::Kind::kNumber || i < 2 || IsOperator(i - 1) || IsOperator(i + 1) ||
-        token.text.find_first_not_of("0123456789") != std::string_view::npos) {
-      return false;
-    }
+  bool IsDigits(std::size_t i) const {
+    return i < tokens_.size() && tokens_[i].kind == SqlToken::Kind::kNumber &&
+           tokens_[i].text.find_first_not_of("0123456789") == std::string_view::npos;
+  }
+  bool IsSign(std::size_t i) const { return IsSymbol(i, '-') || IsSymbol(i, '+'); }
+
+  // Behind the number that begins there, with its sign and fraction; `i` when none does.
+  std::size_t NumberEnd(std::size_t i) const {
+    const std::size_t whole = IsSign(i) ? i + 1 : i;
+    if (!IsDigits(whole)) return i;
+    return IsSymbol(whole + 1, '.') && IsDigits(whole + 2) ? whole + 3 : whole + 1;
+  }
+
+  // The number as the text that it is kept as: no zeros that say nothing.
+  std::string NumberText(std::size_t i) const {
+    std::string text = IsSymbol(i, '-') ? "-" : "";
+    const std::size_t whole = IsSign(i) ? i + 1 : i;
+    text += WithoutZeros(tokens_[whole].text);
+    if (NumberEnd(i) == whole + 1) return text == "-0" ? "0" : text;
+    std::string_view fraction = tokens_[whole + 2].text;
+    while (fraction.size() > 1 && fraction.ends_with('0')) fraction.remove_suffix(1);
+    return text.append(".").append(fraction);
+  }
+
+  // Before the values of a list or a range that end there, where they belong to that word.
+  std::optional<std::size_t> BeforeValues(std::size_t i, std::string_view word) const {
+    const auto is_value = [&](std::size_t at) {
+      return tokens_[at].kind == SqlToken::Kind::kNumber ||
+             tokens_[at].kind == SqlToken::Kind::kString || IsSign(at) || IsSymbol(at, '.') ||
+             IsSymbol(at, ',') || (word == "IN" && IsSymbol(at, '('));
+    };
+    while (i > 0 && is_value(i)) --i;
+    if (i == 0 || !IsWord(i, word)) return std::nullopt;
+    return IsWord(i - 1, "NOT") ? i - 2 : i - 1;
+  }
+
+  // A number that stands alone is compared with a column of texts as the text it is: some engines
+  // refuse that comparison, others read the texts as numbers. Behind the number that begins there,
+  // or nothing.
+  std::optional<std::size_t> ComparedAsText(std::size_t i) const {
+    const std::size_t end = NumberEnd(i);
+    if (end == i || i < 2 || IsOperator(i - 1) || IsOperator(end)) return std::nullopt;
+    const auto found = [&](bool compared) { return compared ? std::optional(end) : std::nullopt; };
     std::size_t before = i - 1;
     if (IsComparison(before)) {
       while (before > 0 && IsComparison(before)) --before;
-      return IsTextColumn(before) && !(NameStart(before) > 0 && IsOperator(NameStart(before) - 1));
+      return found(IsTextColumn(before) &&
+                   !(NameStart(before) > 0 && IsOperator(NameStart(before) - 1)));
     }
-    std::size_t behind = i + 1;
+    std::size_t behind = end;
     while (IsComparison(behind)) ++behind;
-    if (behind > i + 1) {
+    if (behind > end) {
+      // A sign behind a value subtracts.
+      if (IsSign(i) && !Among(tokens_[before], kStructure) && !IsSymbol(before, '(')) return {};
       if (IsSymbol(behind + 1, '.')) behind += 2;
-      return IsTextColumn(behind) && !IsOperator(behind + 1);
+      return found(IsTextColumn(behind) && !IsOperator(behind + 1));
     }
-    while (before > 1 &&
-           (IsSymbol(before, ',') || tokens_[before].kind == SqlToken::Kind::kNumber ||
-            tokens_[before].kind == SqlToken::Kind::kString)) {
-      --before;
+    std::optional<std::size_t> column;
+    if (IsSymbol(before, '(') || IsSymbol(before, ',')) {
+      column = BeforeValues(before, "IN");
+    } else if (IsWord(before, "BETWEEN")) {
+      column = BeforeValues(before, "BETWEEN");
+    } else if (IsWord(before, "AND")) {
+      column = BeforeValues(before - 1, "BETWEEN");
     }
-    if (before < 2 || !IsSymbol(before, '(') || !IsWord(before - 1, "IN")) return false;
-    return IsTextColumn(before - (IsWord(before - 2, "NOT") ? 3 : 2));
+    return found(column && IsTextColumn(*column));
   }
 
   // Notes what stands behind the terms of every ORDER BY.
@@ -241,7 +292,6 @@ class Translation {
 
   void Token(std::size_t i) {
     const SqlToken& token = tokens_[i];
-    if (IsComparedAsText(i)) return Replace(token, "'" + WithoutZeros(token.text) + "'");
     if (!token.IsName()) return;
     if (const OdbcTableInfo* table = TableAt(i)) return Replace(token, dialect_.Quote(table->name));
     // Another name of a table is written as where it is given.
