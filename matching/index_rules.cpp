@@ -30,10 +30,6 @@ std::int16_t AtMost(double added) {
   return static_cast<std::int16_t>(std::max(0.0, std::ceil(added)));
 }
 
-bool IsMissing(std::string_view text, const MatchRule& rule) {
-  return rule.missing_values.find(Trim(text)) != std::string::npos;
-}
-
 }  // namespace
 
 IndexRules::IndexRules(const std::shared_ptr<Connection>& connection)
@@ -93,7 +89,7 @@ void IndexRules::AddRule(const MatchRule& rule) {
   // A blocking column that a search does not read is none for the rules either.
   const std::size_t column = fields.empty() ? 0 : ColumnOf(fields[0]);
   if (!added.expression.IsFixed() || fields.size() > 1 || column >= kSearchColumnCount) {
-    most_of_others_ = static_cast<std::int16_t>(most_of_others_ + added.most[101]);
+    all_derived_ = false;
     return;
   }
   const auto known = std::ranges::find_if(derived_, [&](const DerivedValues& each) {
@@ -153,7 +149,7 @@ void IndexRules::ExtendBy(const PatientRows& rows, std::size_t column,
       const bool all = rule.missing.empty();
       rule.missing.resize(derived.Limit(held));
       const auto note = [&](PatientRows::Code code) {
-        rule.missing[code] = IsMissing(derived.Text(code, held), rule.rule);
+        rule.missing[code] = IsMissing(Trim(derived.Text(code, held)), rule.rule);
       };
       if (all) {
         for (PatientRows::Code code = 0; code < rule.missing.size(); ++code) {

@@ -74,11 +74,9 @@ class IndexRules {
   const std::vector<DerivedValues>& derived() const { return derived_; }
   const std::vector<RuleGroup>& groups() const { return groups_; }
   std::int16_t cutoff() const { return cutoff_; }
-  /// Whether a patient may be passed over for what rules can add at most: no total overflows and
-  /// no evaluation fails.
-  bool CanPassOver() const { return bounded_ && !any_failed_; }
-  /// What the rules that are not derived add at most.
-  std::int16_t most_of_others() const { return most_of_others_; }
+  /// Whether a patient may be passed over for what rules can add at most: no total overflows, and
+  /// no evaluation can fail.
+  bool CanPassOver() const { return bounded_ && all_derived_ && !any_failed_; }
   std::size_t Bytes() const;
 
  private:
@@ -95,8 +93,8 @@ class IndexRules {
   std::vector<DerivedValues> derived_;
   std::vector<RuleGroup> groups_;
   std::int16_t cutoff_;
-  std::int16_t most_of_others_ = 0;
   bool bounded_ = true;
+  bool all_derived_ = true;
   bool any_failed_ = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include <qm/conversions.h>
 #include <qm/error.h>
@@ -107,11 +108,13 @@ void IndexSearch::VisitCandidates(Visit visit) {
   }
 }
 
-void IndexSearch::PrepareSide(std::size_t r, std::size_t expected) {
+void IndexSearch::PrepareSide(std::size_t r) {
   const IndexRule& rule = rules_.rules()[r];
   Side& side = sides_[r];
+  MakeCompared(Evaluate(expressions_[r], *abstract_), side.text);
+  side.is_ready = true;
   const std::string_view trimmed = Trim(side.text);
-  side.missing = rule.rule.missing_values.find(trimmed) != std::string::npos;
+  side.missing = IsMissing(trimmed, rule.rule);
   side.code.reset();
   side.prepared.reset();
   side.remembers = false;
@@ -129,7 +132,7 @@ void IndexSearch::PrepareSide(std::size_t r, std::size_t expected) {
   }
   if (by_library_) return;
   const std::size_t limit = derived.Limit(column);
-  const bool worth_all = limit / kPairsWorth < expected;
+  const bool worth_all = limit / kPairsWorth < expected_;
   side.remembers = limit <= kMostRemembered || (worth_all && !passes_over_);
   if (!side.remembers) return;
   if (side.percents.size() < limit) side.percents.resize(limit, kUnknownPercent);
@@ -140,7 +143,7 @@ void IndexSearch::PrepareSide(std::size_t r, std::size_t expected) {
 }
 
 void IndexSearch::PrepareGroups() {
-  std::int32_t rest = cutoff_ - rules_.most_of_others();
+  std::int32_t rest = cutoff_;
   for (std::size_t g = groups_.size(); g-- > 0;) {
     const RuleGroup& rules = rules_.groups()[g];
     Group& group = groups_[g];
@@ -158,16 +161,9 @@ void IndexSearch::PrepareGroups() {
   }
 }
 
-void IndexSearch::Prepare(const FieldReader& abstract, std::size_t expected) {
-  for (std::size_t r = 0; r < sides_.size(); ++r) {
-    MakeCompared(Evaluate(expressions_[r], abstract), sides_[r].text);
-    PrepareSide(r, expected);
-  }
-  if (passes_over_) PrepareGroups();
-}
-
 void IndexSearch::Forget() {
   for (Side& side : sides_) {
+    side.is_ready = false;
     if (side.all_known) std::fill(side.percents.begin(), side.percents.end(), kUnknownPercent);
     for (const Code code : side.known) side.percents[code] = kUnknownPercent;
     side.known.clear();
@@ -282,8 +278,7 @@ RuleScore IndexSearch::ApplyRule(std::size_t r, RowNumber row, std::int32_t& tot
   RuleScore result;
   result.exact = rule.rule.exact_match != 0;
   result.weight = rule.rule.weight;
-  result.skipped = side.missing || (code ? rule.missing[*code]
-                                         : rule.rule.missing_values.find(b) != std::string::npos);
+  result.skipped = side.missing || (code ? rule.missing[*code] : IsMissing(b, rule.rule));
   const std::int32_t before = total;
   if (result.skipped) {
     // neither plus nor minus
@@ -307,6 +302,7 @@ std::int16_t IndexSearch::Score(RowNumber row, std::vector<RuleScore>* explained
   try {
     std::int32_t total = 0;
     for (; r < sides_.size(); ++r) {
+      if (!sides_[r].is_ready) PrepareSide(r);
       RuleScore score = ApplyRule(r, row, total, explained != nullptr);
       if (explained != nullptr) explained->push_back(std::move(score));
     }
@@ -316,6 +312,16 @@ std::int16_t IndexSearch::Score(RowNumber row, std::vector<RuleScore>* explained
     CurrentMatching().rule_in_work = rules_.rules()[r].expression.text();
     throw error.As(error.number(), error.source() + ", GetMatchScore");
   }
+}
+
+// Otherwise each rule's side is made when it is needed, since the patient's may fail before it.
+void IndexSearch::PrepareAll() {
+  try {
+    for (std::size_t r = 0; r < sides_.size(); ++r) PrepareSide(r);
+  } catch (const Error& error) {
+    throw error.As(error.number(), error.source() + ", GetMatchScore");
+  }
+  PrepareGroups();
 }
 
 void IndexSearch::Consider(RowNumber row) {
@@ -346,17 +352,11 @@ const std::vector<Candidate>& IndexSearch::Search(const FieldReader& abstract,
   passes_over_ = rules_.CanPassOver() && !by_library_;
   Forget();
   Block(abstract);
-  bool prepared = false;
+  abstract_ = &abstract;
+  expected_ = CountRows();
+  bool first = true;
   VisitCandidates([&](RowNumber row) {
-    if (!prepared) {
-      // What cannot be evaluated fails at the first candidate, and without one not at all.
-      try {
-        Prepare(abstract, CountRows());
-      } catch (const Error& error) {
-        throw error.As(error.number(), error.source() + ", GetMatchScore");
-      }
-      prepared = true;
-    }
+    if (std::exchange(first, false) && passes_over_) PrepareAll();
     Consider(row);
   });
   CurrentMatching().rule_in_work.clear();

@@ -38,6 +38,7 @@ class IndexSearch {
 
   // The record's side of a rule.
   struct Side {
+    bool is_ready = false;
     std::string text{};
     bool missing = true;
     std::optional<Code> code{};
@@ -69,8 +70,8 @@ class IndexSearch {
   template <typename Visit>
   void VisitCandidates(Visit visit);
 
-  void Prepare(const FieldReader& abstract, std::size_t expected);
-  void PrepareSide(std::size_t rule, std::size_t expected);
+  void PrepareAll();
+  void PrepareSide(std::size_t rule);
   void PrepareGroups();
   void Forget();
 
@@ -99,6 +100,8 @@ class IndexSearch {
   std::string value_;
   std::string patient_text_;
   const CandidateOptions* options_ = nullptr;
+  const FieldReader* abstract_ = nullptr;
+  std::size_t expected_ = 0;  // about so many candidates
   std::int32_t cutoff_ = 0;
   bool passes_over_ = false;
   bool by_library_ = false;

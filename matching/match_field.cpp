@@ -12,8 +12,6 @@ namespace qm {
 
 namespace {
 
-constexpr std::string_view kOpen = "<<";
-constexpr std::string_view kClose = ">>";
 // Far beyond any rule; only a value that brings in its own name again reaches them.
 constexpr int kMostPasses = 1000;
 constexpr std::size_t kLongestExpression = std::size_t{1} << 20U;
@@ -46,14 +44,14 @@ void SubstituteFields(std::string& expression,
                       const std::function<std::string(std::string_view name)>& field) {
   std::size_t start = 0;
   int passes = 0;
-  for (std::size_t p; (p = expression.find(kClose)) != std::string::npos;) {
+  for (std::size_t p; (p = expression.find(kCloseMark)) != std::string::npos;) {
     const std::size_t open =
-        p == 0 ? std::string::npos : std::string_view(expression).rfind(kOpen, p - 1);
+        p == 0 ? std::string::npos : std::string_view(expression).rfind(kOpenMark, p - 1);
     // Without an opening mark the start of the pass before still holds.
-    if (open != std::string::npos) start = open + kOpen.size();
+    if (open != std::string::npos) start = open + kOpenMark.size();
     if (start > p) RaiseRunTime(kErrInvalidCall);
     const std::string name = expression.substr(start, p - start);
-    const std::string mark = std::string(kOpen) + name + std::string(kClose);
+    const std::string mark = std::string(kOpenMark) + name + std::string(kCloseMark);
     std::string rewritten = ReplaceAll(expression, mark, '"' + field(name) + '"');
     if (rewritten == expression || ++passes > kMostPasses ||
         rewritten.size() > kLongestExpression) {
@@ -70,13 +68,13 @@ void SubstituteEscaped(std::string& expression,
                        const std::function<std::string(std::string_view name)>& field) {
   std::string result;
   std::string_view rest = expression;
-  for (std::size_t p; (p = rest.find(kClose)) != std::string_view::npos;) {
-    const std::size_t open = rest.substr(0, p).rfind(kOpen);
+  for (std::size_t p; (p = rest.find(kCloseMark)) != std::string_view::npos;) {
+    const std::size_t open = rest.substr(0, p).rfind(kOpenMark);
     if (open == std::string_view::npos) break;
-    const std::size_t name = open + kOpen.size();
+    const std::size_t name = open + kOpenMark.size();
     result.append(rest.substr(0, open)).append("\"");
     result.append(ReplaceAll(field(rest.substr(name, p - name)), "\"", "\"\"")).append("\"");
-    rest.remove_prefix(p + kClose.size());
+    rest.remove_prefix(p + kCloseMark.size());
   }
   expression = result.append(rest);
 }

@@ -16,6 +16,10 @@
 
 namespace qm {
 
+/// What stands around a field's name in an expression.
+inline constexpr std::string_view kOpenMark = "<<";
+inline constexpr std::string_view kCloseMark = ">>";
+
 /// Replaces every `<<name>>` in `expression` by `field(name)` between double quotes. All
 /// occurrences of one name go in one pass. Text that the replacement brings in is scanned again.
 /// An endless rewriting, which a value with ">>" in it can cause, is a syntax error (1002).

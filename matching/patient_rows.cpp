@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kIdBytes = 4;
 constexpr std::size_t kMostRows = std::size_t{1} << 31U;
-constexpr std::int32_t kErrOutOfMemory = 7;
+constexpr std::int32_t kErrTooManyRows = 7;
 
 std::uint32_t MaskOf(std::size_t bytes) {
   return static_cast<std::uint32_t>((std::uint64_t{1} << (8 * bytes)) - 1);
@@ -62,7 +62,7 @@ void PatientRows::Widen(Column& column) {
 
 PatientRows::RowNumber PatientRows::Add(std::int32_t patient_id,
                                         std::span<const std::optional<std::string_view>> values) {
-  if (count_ == kMostRows) RaiseRunTime(kErrOutOfMemory);
+  if (count_ == kMostRows) RaiseRunTime(kErrTooManyRows);
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     codes_[i] = values[i] ? columns_[i].values.Add(*values[i]) + 1 : kNull;
     while (codes_[i] > columns_[i].mask) Widen(columns_[i]);

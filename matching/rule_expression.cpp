@@ -12,8 +12,6 @@ namespace qm {
 
 namespace {
 
-constexpr std::string_view kOpen = "<<";
-constexpr std::string_view kClose = ">>";
 // Together far below what an expression may be long.
 constexpr std::size_t kLongestScript = 4096;
 constexpr std::size_t kLongestValue = 1024;
@@ -35,7 +33,7 @@ bool CanBeBound(const std::string& value, ValueText mode) {
 }  // namespace
 
 RuleExpression::RuleExpression(std::string_view expression) : text_(expression) {
-  if (text_.find(kClose) == std::string::npos && text_.find('(') == std::string::npos) {
+  if (text_.find(kCloseMark) == std::string::npos && text_.find('(') == std::string::npos) {
     kind_ = Kind::kColumn;
     fields_.push_back(text_);
   } else if (text_.size() <= kLongestScript && text_.find('(') != std::string::npos) {
@@ -46,21 +44,22 @@ RuleExpression::RuleExpression(std::string_view expression) : text_(expression) 
 void RuleExpression::ReadScript() {
   std::string script;
   std::string_view rest = text_;
-  for (std::size_t p; (p = rest.find(kClose)) != std::string_view::npos;) {
-    const std::size_t open = rest.substr(0, p).rfind(kOpen);
+  for (std::size_t p; (p = rest.find(kCloseMark)) != std::string_view::npos;) {
+    const std::size_t open = rest.substr(0, p).rfind(kOpenMark);
     if (open == std::string_view::npos) return;
-    const std::string name(rest.substr(open + kOpen.size(), p - open - kOpen.size()));
+    const std::string name(rest.substr(open + kOpenMark.size(), p - open - kOpenMark.size()));
     const auto field = std::find(fields_.begin(), fields_.end(), name);
     const Place place{0, static_cast<std::size_t>(field - fields_.begin())};
     if (field == fields_.end()) fields_.push_back(name);
     script.append(rest.substr(0, open)).append("\"");
     script.append(PlaceHolder(places_.size())).append("\"");
     places_.push_back(place);
-    rest.remove_prefix(p + kClose.size());
+    rest.remove_prefix(p + kCloseMark.size());
   }
   script.append(rest);
   // Rewriting would look at such a text once more.
-  if (script.find(kClose) != std::string::npos || text_.find('\x02') != std::string::npos) return;
+  if (script.find(kCloseMark) != std::string::npos || text_.find('\x02') != std::string::npos)
+    return;
   try {
     program_ = Parse(script);
   } catch (const Error&) {
