@@ -155,7 +155,8 @@ void IndexSearch::PrepareGroups() {
     }
     group.least = rest;
     rest -= group.most_of_all;
-    const std::size_t limit = rows_.columns()[rules.column].Limit();
+    group.column = &rows_.columns()[rules.column];
+    const std::size_t limit = group.column->Limit();
     group.remembers = limit <= kMostRemembered;
     if (group.remembers && group.most.size() < limit) group.most.resize(limit, kUnknownMost);
   }
@@ -197,7 +198,6 @@ std::uint8_t IndexSearch::Percent(std::size_t rule, Code text) {
 // What the column's value adds at most; kOutOfReach when that is surely less than `least`.
 std::int16_t IndexSearch::Most(std::size_t g, Code value, std::int32_t least) {
   Group& group = groups_[g];
-  if (group.remembers && group.most[value] != kUnknownMost) return group.most[value];
   std::int32_t sum = 0;
   std::int32_t approximate = 0;
   for (const std::size_t r : rules_.groups()[g].rules) {
@@ -230,10 +230,11 @@ std::int16_t IndexSearch::Most(std::size_t g, Code value, std::int32_t least) {
 bool IndexSearch::CanReach(const std::uint8_t* row) {
   std::int32_t total = 0;
   for (std::size_t g = 0; g < groups_.size(); ++g) {
-    const PatientRows::Column& column = rows_.columns()[rules_.groups()[g].column];
-    const std::int32_t least = groups_[g].least;
-    total += Most(g, PatientRows::CodeAt(row, column), least - total);
-    if (total < least) return false;
+    const Group& group = groups_[g];
+    const Code value = PatientRows::CodeAt(row, *group.column);
+    const std::int16_t known = group.remembers ? group.most[value] : kUnknownMost;
+    total += known != kUnknownMost ? known : Most(g, value, group.least - total);
+    if (total < group.least) return false;
   }
   return true;
 }

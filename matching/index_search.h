@@ -50,6 +50,7 @@ class IndexSearch {
   };
   // What a column's value adds at most, by its code.
   struct Group {
+    const PatientRows::Column* column = nullptr;
     std::vector<std::int16_t> most{};
     std::vector<Code> known{};
     bool remembers = false;
