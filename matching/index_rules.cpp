@@ -76,7 +76,8 @@ std::vector<bool> IndexRules::BlockingColumns() const {
 }
 
 void IndexRules::AddRule(const MatchRule& rule) {
-  IndexRule& added = rules_.emplace_back(rule, RuleExpression(Trim(rule.field_expression)));
+  rules_.push_back({rule, RuleExpression(Trim(rule.field_expression))});
+  IndexRule& added = rules_.back();
   if (bounded_) {
     for (int s = 0; s <= 100; ++s) {
       added.most[static_cast<std::size_t>(s)] =

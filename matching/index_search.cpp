@@ -182,7 +182,7 @@ std::int16_t IndexSearch::CompareTexts(std::size_t rule, std::string_view text) 
                                  : prepared.Compare(text));
 }
 
-std::uint8_t IndexSearch::Percent(std::size_t rule, Code text) {
+std::int16_t IndexSearch::Percent(std::size_t rule, Code text) {
   Side& side = sides_[rule];
   if (side.remembers && side.percents[text] != kUnknownPercent) return side.percents[text];
   const DerivedValues& derived = rules_.derived()[*rules_.rules()[rule].derived];

@@ -79,7 +79,7 @@ class IndexSearch {
   const PatientRows::Column& ColumnOf(const DerivedValues& derived) const {
     return rows_.columns()[derived.column()];
   }
-  std::uint8_t Percent(std::size_t rule, Code text);
+  std::int16_t Percent(std::size_t rule, Code text);
   std::int16_t CompareTexts(std::size_t rule, std::string_view text) const;
   std::int16_t Most(std::size_t group, Code value, std::int32_t least);
   bool CanReach(const std::uint8_t* row);

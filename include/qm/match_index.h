@@ -11,10 +11,10 @@
 // search finds what the one in the database finds, with the same scores, ordered by score, then by
 // `PatientID`. Quotes in values are escaped, so that O'BRIEN is found.
 //
-// Cost: making it reads every patient once, some seconds a million; about 30 bytes a patient for
-// codes and places, beside each distinct value once. A search scores only patients that can still
-// reach the cut-off. A rule that reads several columns, or the clock, is evaluated for each patient
-// that comes so far.
+// Cost: making it reads every patient once, some seconds a million; about 40 bytes a patient for
+// codes and places, and 50 for distinct values, each held once. A search scores only patients that
+// can still reach the cut-off. With a rule that reads several columns, or the clock, or that fails
+// for some patient, every candidate is scored.
 //
 // Many threads may search at once; a refresh waits for them. It refuses (3251) blocking columns
 // that are no plain column of the patients, hold other values than text, or are not compared
