@@ -27,6 +27,7 @@
 
 #include "benchmarks/comparison_proof.h"
 #include "benchmarks/plain_two_loops.h"
+#include "benchmarks/summary.h"
 #include "comparison/name_dictionary.h"
 #include "comparison/prepared_comparator.h"
 #include "comparison/string_comparator.h"
@@ -39,6 +40,11 @@ constexpr int kRepetitions = 15;
 constexpr double kSecondsARepetition = 0.05;
 constexpr std::size_t kPairs = std::size_t{1} << 14U;
 constexpr std::string_view kPlain = "two plain loops";
+// What is to cost at most such a share of that.
+constexpr std::array<std::pair<std::string_view, double>, 3> kTargets = {
+    {{"dictionary, SSSE3", 0.1},
+     {"dictionary, AVX2", 0.05},
+     {"two names, nothing prepared", 0.45}}};
 
 double Median(std::vector<double> values) {
   if (values.empty()) return 0;
@@ -82,6 +88,16 @@ class TimeTable : public benchmark::BenchmarkReporter {
       const double time = Median(times->second);
       std::printf("%-56s %12.2f %10.3f\n", row.c_str(), time, unit > 0 ? time / unit : 0.0);
     }
+    std::printf("\n");
+    std::vector<Figure> figures;
+    for (const auto& [row, target] : kTargets) {
+      const auto times = times_.find(std::string(row));
+      if (times == times_.end() || unit == 0) continue;
+      const double time = Median(times->second);
+      figures.push_back({std::string(row) + ", beside two plain loops", Milliseconds(time / 1e6),
+                         Milliseconds(unit / 1e6), time / unit, target});
+    }
+    PrintSummary(figures);
   }
 
  private:

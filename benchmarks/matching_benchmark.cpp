@@ -1,201 +1,318 @@
-// What matching costs in a registry that is there: one record and many, in memory and in the
-// database, and a proof that both find the same.
+// What matching costs in a generated registry: one record and many, in memory and in the database,
+// beside the same work by hand, a database engine's SQL and the whole program; and a proof that
+// memory and database find the same.
 //
-//   matching_benchmark REGISTRY.db [RECORDS-OF-THE-PROOF]
-#include <qm/conversions.h>
-#include <qm/match_index.h>
-#include <qm/qm_connection.h>
-#include <sqlite3.h>
+//   matching_benchmark FOLDER --rules=FILE [--shipped=FILE] [--qm=PROGRAM --peer=COMMAND]
+//
+// `--rules` are those of the figures with a target, `--shipped` others to tell of beside them. With
+// a program and a peer, which answers statements as benchmarks/duckdb_questions.mjs does, the
+// figures with a target are summed up; without, what they cost is told in a line for each set of
+// rules.
+#include <qm/match_rules.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
-#include <unordered_map>
+#include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
-#include "matching/candidate_search.h"
+#include "benchmarks/matching_registry.h"
+#include "benchmarks/matching_sql.h"
+#include "benchmarks/peer_process.h"
+#include "benchmarks/summary.h"
 
 namespace qm::bench {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Record = std::unordered_map<std::string, std::string>;
+constexpr int kRounds = 3;
+constexpr std::size_t kResidentRecords = 2000;
+constexpr std::size_t kDatabaseRecords = 300;
+constexpr std::size_t kProofRecords = 1000;
+constexpr std::size_t kAgainstAllRecords = 5;
+constexpr int kTargetRules = 8;
+constexpr int kMostRules = 16;
+constexpr double kLong = 1e12;
 
-template <typename Work>
-double Milliseconds(Work work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+struct Options {
+  std::filesystem::path folder;
+  std::string rules;
+  std::string shipped;
+  std::string program;
+  std::string peer;
+};
+
+MatchRules ReadRules(const std::string& file) {
+  std::ifstream in(file);
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (!in) throw std::runtime_error("cannot read " + file);
+  return ParseMatchRules(text.str());
 }
 
-double Quantile(std::vector<double> costs, double share) {
-  std::ranges::sort(costs);
-  return costs[static_cast<std::size_t>(share * static_cast<double>(costs.size() - 1))];
+// With the first so many comparison rules, in the order of the file.
+MatchRules FirstRules(MatchRules rules, int count) {
+  const auto& columns = rules.matching.columns;
+  const auto ignore = std::ranges::find(columns, "ignore") - columns.begin();
+  for (RuleTable::Row& row : rules.matching.rows) {
+    row.values.at(static_cast<std::size_t>(ignore)) = std::int32_t{count-- > 0 ? 0 : 1};
+  }
+  return rules;
 }
 
-void Print(const std::string& name, double figure, const char* unit) {
-  std::printf("%-58s %12.3f %s\n", name.c_str(), figure, unit);
+// The costs of a set of rules that grow with the registry and the rules, as a line.
+void PrintCosts(MatchingRegistry& registry, const std::string& rules) {
+  const double making = registry.MakeIndex();
+  const std::int64_t patients = registry.index().PatientCount();
+  const auto single = registry.SearchIndex(kResidentRecords, 3);
+  Found found;
+  const double one = registry.SearchIndexMany(1, found);
+  const double two = registry.SearchIndexMany(2, found);
+  const auto database = registry.SearchDatabase(kDatabaseRecords / 3, 3);
+  const auto records = static_cast<double>(registry.record_count());
+  const auto searched = static_cast<double>(database.library.size());
+  std::printf("%10lld %8s %10.0f %8.1f %9s %6.0f %10s %10s %9.0f %9.0f %10s %10s %9lld\n",
+              static_cast<long long>(patients), rules.c_str(),
+              static_cast<double>(database.rows) / searched,
+              static_cast<double>(found.matches) / records, Milliseconds(making).c_str(),
+              static_cast<double>(registry.index().Bytes()) / static_cast<double>(patients),
+              Milliseconds(Quantile(single, 0.5)).c_str(),
+              Milliseconds(Quantile(single, 0.95)).c_str(), 1000 * records / one,
+              1000 * records / two, Milliseconds(Sum(database.library) / searched).c_str(),
+              Milliseconds(Sum(database.by_hand) / searched).c_str(),
+              static_cast<long long>(registry.CountDifferent(kProofRecords / 5)));
+  std::fflush(stdout);
 }
 
-std::shared_ptr<Connection> OpenRegistry(const std::string& file) {
-  auto connection = Connection::Create();
-  connection->Open("Provider=SQLite;Data Source=" + file);
-  return connection;
+void PrintGrowth(const Options& options, const std::string& file) {
+  std::printf("%10s %8s %10s %8s %9s %6s %10s %10s %9s %9s %10s %10s %9s\n", "patients", "rules",
+              "candidates", "matches", "index in", "bytes", "median", "95th", "1 thread",
+              "2 threads", "database", "by hand", "differ");
+  const MatchRules rules = ReadRules(options.rules);
+  for (int count = 2; count <= kMostRules; count *= 2) {
+    MatchingRegistry registry(file, FirstRules(rules, count));
+    PrintCosts(registry, std::to_string(count));
+  }
+  if (options.shipped.empty()) return;
+  MatchingRegistry registry(file, ReadRules(options.shipped));
+  PrintCosts(registry, "shipped");
 }
 
-// The columns that the shipped rules read.
-std::vector<Record> ReadRecords(const std::shared_ptr<Connection>& registry) {
-  const auto rows = registry->Execute(
-      "SELECT AbsRefID, LastName, FirstName, MiddleName, Sex, Race1, BirthDate, SocSec FROM "
-      "Abstracts ORDER BY AbsRefID");
-  std::vector<Record> records;
-  for (const Recordset& row : rows->Rows()) {
-    Record& record = records.emplace_back();
-    for (int i = 0; i < row.FieldCount(); ++i) {
-      record[row.FieldName(i)] = ToTextOrEmpty(row.Value(i));
+// Figures with a target, each measured beside its peer, in turns.
+class Targets {
+ public:
+  explicit Targets(const Options& options)
+      : options_(options),
+        registry_((options.folder / "registry.db").string(),
+                  FirstRules(ReadRules(options.rules), kTargetRules)),
+        sql_(registry_.connection()),
+        peer_(options.peer) {
+    for (const std::string& statement : sql_.Load(options.folder)) peer_.Ask(statement);
+  }
+
+  void Measure() {
+    const std::int64_t different = Database();
+    Resident();
+    Many();
+    AgainstAll();
+    Program();
+    std::cout << '\n';
+    std::cout << different << " of " << kProofRecords
+              << " records drawn at random answered otherwise in memory than in the database\n"
+              << found_.matches << " matches, sum of scores " << found_.scores
+              << "; by the peer's SQL " << peer_found_.matches << ", " << peer_found_.scores
+              << "\n\n";
+    PrintSummary(figures_);
+  }
+
+ private:
+  // Gives how many of the proof's records differ.
+  std::int64_t Database() {
+    const auto costs = registry_.SearchDatabase(kDatabaseRecords, kRounds);
+    const auto searched = static_cast<double>(kDatabaseRecords);
+    std::cout << static_cast<double>(costs.rows) / searched << " candidates a record\n";
+    const double library = Sum(costs.library);
+    const double by_hand = Sum(costs.by_hand);
+    figures_.push_back({"one record through the database, beside fetching its rows by hand",
+                        Milliseconds(library / searched), Milliseconds(by_hand / searched),
+                        library / by_hand, 1.1});
+    std::cout << "index made in " << Milliseconds(registry_.MakeIndex()) << '\n';
+    return registry_.CountDifferent(kProofRecords);
+  }
+
+  void Resident() {
+    const auto costs = registry_.SearchIndex(kResidentRecords, kRounds);
+    for (const auto& [share, title, target] :
+         {std::tuple{0.5, "median", 0.1}, {0.95, "95th percentile", 0.3}}) {
+      const double cost = Quantile(costs, share);
+      figures_.push_back({std::string("one record on the resident index, ms, ") + title,
+                          Milliseconds(cost), "", cost, target});
     }
   }
-  return records;
-}
 
-std::vector<Match> Search(const MatchIndex& index, const Record& record) {
-  return index.Search([&](std::string_view name) { return record.at(std::string(name)); });
-}
+  // The best of a peer: by SQL that scores every pair, and by SQL with a bound.
+  struct PeerCosts {
+    double plain = kLong;
+    double bounded = kLong;
+  };
 
-void MeasureSingle(const MatchIndex& index, const std::vector<Record>& records,
-                   const std::string& name, std::size_t count) {
-  std::vector<double> costs;
-  for (std::size_t i = 0; i < std::min(count, records.size()); ++i) {
-    costs.push_back(Milliseconds([&] { Search(index, records[i]); }));
+  Found AskPeer(int threads, PeerCosts& costs, const std::function<std::string(bool)>& question) {
+    Found found;
+    peer_.Ask("SET threads = " + std::to_string(threads));
+    for (const bool bounded : {false, true}) {
+      const auto answer = peer_.Ask(question(bounded));
+      double& cost = bounded ? costs.bounded : costs.plain;
+      cost = std::min(cost, std::stod(answer.at(threads == 1 ? 1 : 0)));
+      found = {std::stoll(answer.at(2)), std::stoll(answer.at(3))};
+    }
+    return found;
   }
-  Print(name + ", median", Quantile(costs, 0.5), "ms");
-  Print(name + ", 95th percentile", Quantile(costs, 0.95), "ms");
-}
 
-void MeasureMany(const MatchIndex& index, const std::vector<Record>& records, int threads) {
-  std::atomic<std::size_t> next{0};
-  const double cost = Milliseconds([&] {
-    std::vector<std::jthread> workers;
-    for (int i = 0; i < threads; ++i) {
-      workers.emplace_back([&] {
-        for (std::size_t r; (r = next++) < records.size();) Search(index, records[r]);
-      });
-    }
-  });
-  Print("many records in memory, " + std::to_string(threads) + " thread(s)",
-        1000 * static_cast<double>(records.size()) / cost, "records/s");
-}
-
-// Fetching by hand what a search's statement gives.
-double FetchByHand(sqlite3* database, const std::string& query) {
-  return Milliseconds([&] {
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(database, query.c_str(), -1, &statement, nullptr) != SQLITE_OK) {
-      throw std::runtime_error(sqlite3_errmsg(database));
-    }
-    std::size_t bytes = 0;
-    while (sqlite3_step(statement) == SQLITE_ROW) {
-      for (int i = 0; i < sqlite3_column_count(statement); ++i) {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-        bytes += text == nullptr ? 0 : std::string_view(text).size();
+  void Many() {
+    const auto records = static_cast<double>(registry_.record_count());
+    for (const int threads : {1, 2}) {
+      double ours = kLong;
+      PeerCosts peer;
+      for (int round = 0; round < kRounds; ++round) {
+        ours = std::min(ours, registry_.SearchIndexMany(threads, found_));
+        if (round % 2 == 0) {
+          peer_found_ = AskPeer(threads, peer, [&](bool bounded) { return sql_.Blocked(bounded); });
+        }
       }
+      const std::string name = "many records, search alone, " + std::to_string(threads) +
+                               (threads == 1 ? " thread" : " threads");
+      const std::string rate = PerSecond(1000 * records / ours);
+      figures_.push_back({name + ", beside SQL", rate, PerSecond(1000 * records / peer.plain),
+                          peer.plain / ours, 12, true});
+      figures_.push_back({name + ", beside SQL with bounds", rate,
+                          PerSecond(1000 * records / peer.bounded), peer.bounded / ours, 12, true});
+      two_threads_ = peer;
     }
-    if (bytes == 1) std::cout << ' ';
-    sqlite3_finalize(statement);
-  });
-}
-
-void MeasureDatabase(const std::shared_ptr<Connection>& registry, const std::string& file,
-                     std::size_t count) {
-  sqlite3* database = nullptr;
-  if (sqlite3_open(file.c_str(), &database) != SQLITE_OK) throw std::runtime_error("cannot open");
-  std::string query;
-  registry->SetStatementObserver([&](std::string_view text) {
-    if (text.find("from Patients") != std::string_view::npos) query = text;
-  });
-  CandidateOptions options;
-  options.escape_quotes = true;
-  options.ties = TieOrder::kPatientId;
-  const auto rows = registry->CreateRecordset();
-  rows->SetMaxRecords(static_cast<std::int64_t>(count));
-  rows->Open("SELECT * FROM Abstracts ORDER BY AbsRefID", registry);
-  std::vector<double> ours;
-  std::vector<double> by_hand;
-  for (const Recordset& row : rows->Rows()) {
-    FindCandidates(registry, row, options);
-    by_hand.push_back(FetchByHand(database, query));
-    ours.push_back(Milliseconds([&] { FindCandidates(registry, row, options); }));
   }
-  registry->SetStatementObserver({});
-  sqlite3_close(database);
-  Print("one record in the database, median", Quantile(ours, 0.5), "ms");
-  Print("its candidates fetched by hand, median", Quantile(by_hand, 0.5), "ms");
-  Print("ratio", Quantile(ours, 0.5) / Quantile(by_hand, 0.5), "");
-}
 
-void Prove(const std::shared_ptr<Connection>& registry, const MatchIndex& index,
-           std::int64_t count) {
-  CandidateOptions options;
-  options.escape_quotes = true;
-  options.ties = TieOrder::kPatientId;
-  const auto rows = registry->CreateRecordset();
-  rows->SetMaxRecords(count);
-  rows->Open("SELECT * FROM Abstracts ORDER BY AbsRefID", registry);
-  std::int64_t proved = 0;
-  std::int64_t pairs = 0;
-  for (const Recordset& row : rows->Rows()) {
-    std::vector<Match> expected;
-    for (const Candidate& each : FindCandidates(registry, row, options)) {
-      expected.push_back(each.match);
+  void AgainstAll() {
+    registry_.MakeIndex(false);
+    PeerCosts peer{0, 0};
+    for (std::size_t i = 0; i < kAgainstAllRecords; ++i) {
+      PeerCosts one;
+      for (int round = 0; round < 2; ++round) {
+        AskPeer(1, one,
+                [&](bool bounded) { return sql_.AgainstAll(registry_.RecordId(i), bounded); });
+      }
+      peer.plain += one.plain;
+      peer.bounded += one.bounded;
     }
-    if (index.Search(row) != expected) throw std::runtime_error("the searches do not agree");
-    ++proved;
-    pairs += static_cast<std::int64_t>(expected.size());
+    const double cost = Sum(registry_.SearchIndex(kAgainstAllRecords, kRounds));
+    const auto records = static_cast<double>(kAgainstAllRecords);
+    for (const auto& [title, other] :
+         {std::pair{"SQL", peer.plain}, {"SQL with bounds", peer.bounded}}) {
+      figures_.push_back({std::string("one record against all, no blocking, beside ") + title,
+                          Milliseconds(cost / records), Milliseconds(other / records), cost / other,
+                          0.1});
+    }
   }
-  Print("records for which memory and database agree", static_cast<double>(proved), "");
-  Print("their matches", static_cast<double>(pairs), "");
-}
 
-void Run(const std::string& file, std::int64_t proof) {
-  const auto registry = OpenRegistry(file);
-  Matcher().ReadMatchingParams(registry->ConnectionString());
-  const auto records = ReadRecords(registry);
-  std::optional<MatchIndex> index;
-  Print("making the index", Milliseconds([&] { index.emplace(registry); }), "ms");
-  const auto patients = static_cast<double>(index->PatientCount());
-  Print("patients", patients, "");
-  Print("memory a patient", static_cast<double>(index->Bytes()) / patients, "bytes");
-  MeasureSingle(*index, records, "one record in memory", 2000);
-  for (const int threads : {1, 2}) MeasureMany(*index, records, threads);
-  MeasureDatabase(registry, file, 200);
-  Prove(registry, *index, proof);
+  double RunProgram(const std::string& arguments, const std::string& file) const {
+    const std::string command = "'" + options_.program + "' match -d '" + options_.folder.string() +
+                                "' --all " + arguments + " > '" +
+                                (options_.folder / file).string() + "'";
+    const auto start = std::chrono::steady_clock::now();
+    if (std::system(command.c_str()) != 0) throw std::runtime_error("failed: " + command);
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
+        .count();
+  }
 
-  // Without blocking: the rules are put back, whatever happens.
-  registry->BeginTrans();
-  registry->Execute("DELETE FROM tblBlockingParameters");
-  index.emplace(registry);
-  MeasureSingle(*index, records, "one record against all, in memory", 50);
-  registry->RollbackTrans();
+  std::string ReadOutput(const std::string& file) const {
+    std::ifstream in(options_.folder / file);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+
+  void Program() {
+    double ours = kLong;
+    for (int round = 0; round < kRounds; ++round) {
+      ours = std::min(ours, RunProgram("", "matches.txt"));
+      AskPeer(2, two_threads_, [&](bool bounded) { return sql_.Blocked(bounded); });
+    }
+    figures_.push_back(
+        {"qm match --all, the whole process, s", Milliseconds(ours), "", ours / 1000, 6});
+    for (const auto& [title, peer] :
+         {std::pair{"SQL", two_threads_.plain}, {"SQL with bounds", two_threads_.bounded}}) {
+      figures_.push_back({std::string("the same, beside the query alone, 2 threads, ") + title,
+                          Milliseconds(ours), Milliseconds(peer), ours / peer, 1.5});
+    }
+    const std::string expected = ReadOutput("matches.txt");
+    for (const char* limit : {"512", "32"}) {
+      const double cost = RunProgram(std::string("--memory ") + limit, "matches_limited.txt");
+      const bool same = !expected.empty() && ReadOutput("matches_limited.txt") == expected;
+      figures_.push_back({std::string("the same in ") + limit + " MiB: outputs that differ",
+                          Milliseconds(cost), "", same ? 0.0 : 1.0, 0});
+    }
+  }
+
+  const Options& options_;
+  MatchingRegistry registry_;
+  MatchingSql sql_;
+  PeerProcess peer_;
+  Found found_{};
+  Found peer_found_{};
+  PeerCosts two_threads_;
+  std::vector<Figure> figures_;
+};
+
+Options ParseOptions(const std::vector<std::string>& arguments) {
+  Options options;
+  for (const std::string& argument : arguments) {
+    const std::size_t equals = argument.find('=');
+    const std::string name = argument.substr(0, equals);
+    const std::string value = equals == std::string::npos ? "" : argument.substr(equals + 1);
+    if (name == "--rules") {
+      options.rules = value;
+    } else if (name == "--shipped") {
+      options.shipped = value;
+    } else if (name == "--qm") {
+      options.program = value;
+    } else if (name == "--peer") {
+      options.peer = value;
+    } else {
+      options.folder = argument;
+    }
+  }
+  return options;
 }
 
 }  // namespace
+
+int Run(const std::vector<std::string>& arguments) {
+  const Options options = ParseOptions(arguments);
+  if (options.folder.empty() || options.rules.empty()) {
+    std::cerr << "matching_benchmark FOLDER --rules=FILE [--shipped=FILE] [--qm=PROGRAM "
+                 "--peer=COMMAND]\n";
+    return 2;
+  }
+  if (options.peer.empty() || options.program.empty()) {
+    PrintGrowth(options, (options.folder / "registry.db").string());
+  } else {
+    Targets(options).Measure();
+  }
+  return 0;
+}
 
 }  // namespace qm::bench
 
 int main(int argc, char** argv) {
   try {
-    if (argc < 2) {
-      std::cerr << "matching_benchmark REGISTRY.db [RECORDS-OF-THE-PROOF]\n";
-      return 2;
-    }
-    qm::bench::Run(argv[1], argc > 2 ? std::stoll(argv[2]) : 500);
-    return 0;
+    return qm::bench::Run({argv + 1, argv + argc});
   } catch (const std::exception& error) {
     std::cerr << "matching_benchmark: " << error.what() << '\n';
     return 1;
