@@ -66,6 +66,8 @@ void DerivedValues::Extend(const PatientRows::Column& column, std::span<const Co
     seen_[code] = true;
     fresh.push_back(code);
   }
+  if (fresh.empty()) return;
+  ++version_;
   if (same_) {
     const auto is_compared = [&](Code code) { return IsCompared(column.Text(code)); };
     if (std::ranges::all_of(fresh, is_compared)) {

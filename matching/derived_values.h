@@ -35,10 +35,14 @@ class DerivedValues {
   std::size_t column() const { return column_; }
   /// Whether the column's own codes serve.
   bool IsSame() const { return same_; }
+  /// Another number whenever texts were added or changed their codes.
+  std::uint32_t version() const { return version_; }
   /// Whether the expression fails for some value.
   bool AnyFailed() const { return any_failed_; }
 
   Code Of(Code value) const { return same_ ? value : of_value_[value]; }
+  /// The codes by value; null where they are the same.
+  const Code* Codes() const { return same_ ? nullptr : of_value_.data(); }
   std::size_t Limit(const PatientRows::Column& column) const {
     return same_ ? column.Limit() : texts_.Limit() + 1;
   }
@@ -67,6 +71,7 @@ class DerivedValues {
   std::size_t column_;
   bool same_;
   bool any_failed_ = false;
+  std::uint32_t version_ = 0;
   NameDictionary texts_;
   std::vector<Code> of_value_;  // where they are not the same
   std::vector<bool> seen_;      // the column's codes taken in

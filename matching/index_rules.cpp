@@ -18,12 +18,21 @@ namespace {
 constexpr std::array<std::string_view, kSearchColumnCount> kSearchColumns = {
     "soundex", "race1", "sex", "lastname", "firstname", "middlename", "birthdate", "socsec"};
 constexpr double kMostOfAll = 16000;
+constexpr std::size_t kMostClasses = 250;
 
 bool IsPlainName(std::string_view name) {
   const auto is_part = [](char c) {
     return c == '_' || IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
   };
   return !name.empty() && !IsDigit(name[0]) && std::ranges::all_of(name, is_part);
+}
+
+std::vector<PatientRows::Code> AllValues(const PatientRows::Column& column) {
+  std::vector<PatientRows::Code> values = {PatientRows::kNull};
+  for (PatientRows::Code code = 1; code < column.Limit(); ++code) {
+    if (column.values.Has(code - 1)) values.push_back(code);
+  }
+  return values;
 }
 
 std::int16_t AtMost(double added) {
@@ -109,24 +118,14 @@ void IndexRules::MakeGroups() {
       auto group = std::ranges::find(groups_, column, &RuleGroup::column);
       if (group == groups_.end()) group = groups_.insert(group, RuleGroup{column});
       group->rules.push_back(i);
-      group->most = static_cast<std::int16_t>(group->most + rule.most[101]);
     }
   }
 }
 
 void IndexRules::Extend(const PatientRows& rows, int threads) {
   for (std::size_t c = 0; c < kSearchColumnCount; ++c) {
-    const PatientRows::Column& column = rows.columns()[c];
-    std::vector<PatientRows::Code> values = {PatientRows::kNull};
-    for (PatientRows::Code code = 1; code < column.Limit(); ++code) {
-      if (column.values.Has(code - 1)) values.push_back(code);
-    }
-    ExtendBy(rows, c, values, threads);
+    ExtendBy(rows, c, AllValues(rows.columns()[c]), threads);
   }
-  // What is soonest known comes first: few values, then many.
-  std::ranges::sort(groups_, {}, [&](const RuleGroup& group) {
-    return rows.columns()[group.column].values.size();
-  });
 }
 
 void IndexRules::Extend(const PatientRows& rows, PatientRows::RowNumber row) {
@@ -135,33 +134,83 @@ void IndexRules::Extend(const PatientRows& rows, PatientRows::RowNumber row) {
   }
 }
 
+void IndexRules::NoteMissing(IndexRule& rule, PatientRows::Code text,
+                             const PatientRows::Column& held) {
+  const DerivedValues& derived = derived_[*rule.derived];
+  if (rule.missing[text] || !IsMissing(Trim(derived.Text(text, held)), rule.rule)) return;
+  rule.missing[text] = true;
+  rule.missing_codes.push_back(text);
+}
+
 void IndexRules::ExtendBy(const PatientRows& rows, std::size_t column,
                           const std::vector<PatientRows::Code>& values, int threads) {
   const PatientRows::Column& held = rows.columns()[column];
+  bool any_changed = false;
   for (std::size_t d = 0; d < derived_.size(); ++d) {
     DerivedValues& derived = derived_[d];
     if (derived.column() != column) continue;
     const bool same = derived.IsSame();
     derived.Extend(held, values, threads);
     any_failed_ = any_failed_ || derived.AnyFailed();
+    const bool changed = same != derived.IsSame();
+    any_changed = any_changed || changed;
     for (IndexRule& rule : rules_) {
       if (rule.derived != d) continue;
-      if (same != derived.IsSame()) rule.missing.clear();
+      if (changed) {
+        rule.missing.clear();
+        rule.missing_codes.clear();
+      }
       const bool all = rule.missing.empty();
       rule.missing.resize(derived.Limit(held));
-      const auto note = [&](PatientRows::Code code) {
-        rule.missing[code] = IsMissing(Trim(derived.Text(code, held)), rule.rule);
-      };
       if (all) {
         for (PatientRows::Code code = 0; code < rule.missing.size(); ++code) {
-          if (derived.Has(code, held)) note(code);
+          if (derived.Has(code, held)) NoteMissing(rule, code, held);
         }
         continue;
       }
       for (const PatientRows::Code value : values) {
-        if (derived.Of(value) != DerivedValues::kFailed) note(derived.Of(value));
+        if (derived.Of(value) != DerivedValues::kFailed) NoteMissing(rule, derived.Of(value), held);
       }
     }
+  }
+  const auto group = std::ranges::find(groups_, column, &RuleGroup::column);
+  if (group == groups_.end()) return;
+  if (any_changed) {
+    group->classes.clear();
+    group->members.clear();
+    group->has_few_texts.clear();
+  }
+  Classify(*group, held, any_changed ? AllValues(held) : values);
+}
+
+void IndexRules::Classify(RuleGroup& group, const PatientRows::Column& held,
+                          const std::vector<PatientRows::Code>& values) {
+  const auto derived_of = [&](std::size_t r) -> const DerivedValues& {
+    return derived_[*rules_[r].derived];
+  };
+  if (group.has_few_texts.empty()) {
+    std::size_t classes = 2;
+    for (const std::size_t r : group.rules) {
+      const std::size_t texts = derived_of(r).Texts(held).size() + 2;
+      const bool few = rules_[r].rule.exact_match != 0 && texts * classes < kMostClasses;
+      group.has_few_texts.push_back(few);
+      if (few) classes *= texts;
+    }
+  }
+  group.classes.resize(held.Limit(), RuleGroup::kAnyClass);
+  std::vector<std::int64_t> member(group.rules.size());
+  for (const PatientRows::Code value : values) {
+    for (std::size_t i = 0; i < group.rules.size(); ++i) {
+      const PatientRows::Code text = derived_of(group.rules[i]).Of(value);
+      const bool missing = text == DerivedValues::kFailed || rules_[group.rules[i]].missing[text];
+      member[i] = missing                  ? RuleGroup::kMissing
+                  : group.has_few_texts[i] ? std::int64_t{text}
+                                           : RuleGroup::kAnyText;
+    }
+    const auto known = std::ranges::find(group.members, member);
+    if (known == group.members.end() && group.members.size() == RuleGroup::kAnyClass) continue;
+    group.classes[value] = static_cast<RuleGroup::Class>(known - group.members.begin());
+    if (known == group.members.end()) group.members.push_back(member);
   }
 }
 
@@ -169,6 +218,7 @@ std::size_t IndexRules::Bytes() const {
   std::size_t bytes = 0;
   for (const DerivedValues& derived : derived_) bytes += derived.Bytes();
   for (const IndexRule& rule : rules_) bytes += rule.missing.size() / 8;
+  for (const RuleGroup& group : groups_) bytes += group.classes.capacity();
   return bytes;
 }
 

@@ -43,15 +43,26 @@ struct IndexRule {
   RuleExpression expression;
   std::optional<std::size_t> derived{};
   std::vector<bool> missing{};  ///< by code of the derived texts
+  std::vector<PatientRows::Code> missing_codes{};
   /// At most what an agreement of so many hundredths adds, rounding included; 101: anything.
   std::array<std::int16_t, 102> most{};
 };
 
-/// The rules that read one column, those of plain equality first.
+/// The rules that read one column, those of plain equality first. Values of the column that no rule
+/// tells apart, save those with many texts, are of one class.
 struct RuleGroup {
+  using Class = std::uint8_t;
+  /// What a class knows of a rule in place of the code of its text.
+  static constexpr std::int64_t kMissing = -1;
+  static constexpr std::int64_t kAnyText = -2;
+  /// The class of values that came when there were too many classes.
+  static constexpr Class kAnyClass = 255;
+
   std::size_t column = 0;
   std::vector<std::size_t> rules{};
-  std::int16_t most = 0;  ///< that they add together
+  std::vector<bool> has_few_texts{};                 ///< by rule of the group
+  std::vector<Class> classes{};                      ///< by code of the value
+  std::vector<std::vector<std::int64_t>> members{};  ///< of a class: by rule of the group
 };
 
 class IndexRules {
@@ -86,6 +97,9 @@ class IndexRules {
   void MakeGroups();
   void ExtendBy(const PatientRows& rows, std::size_t column,
                 const std::vector<PatientRows::Code>& values, int threads);
+  void NoteMissing(IndexRule& rule, PatientRows::Code text, const PatientRows::Column& held);
+  void Classify(RuleGroup& group, const PatientRows::Column& held,
+                const std::vector<PatientRows::Code>& values);
 
   std::vector<std::string> columns_;
   std::vector<IndexBlock> blocks_;

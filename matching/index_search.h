@@ -1,24 +1,25 @@
 // IndexSearch: the search of one record after the other among `PatientRows`, with what a thread
-// needs for it: its own copies of the expressions, and the agreement of the record in work with
-// each text that it met.
+// needs for it.
 //
-// A candidate is first weighed by what each column can add at most, which is remembered by the
-// column's code; only one that can reach the cut-off is scored in the order of the rules, with the
-// defined rounding after each. Where an evaluation can fail, or a total overflow, all are scored.
+// Candidates are first weighed by what each column can add at most (candidate_weigher.h); only
+// those that can reach the cut-off are scored in the order of the rules, with the defined rounding
+// after each. Where an evaluation can fail, or a total overflow, all are scored.
 //
 // Rows and rules stay unchanged during a search; they may have grown before the next.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "comparison/prepared_comparator.h"
 #include "matching/candidate_search.h"
+#include "matching/candidate_weigher.h"
 #include "matching/index_rules.h"
 #include "matching/match_field.h"
 #include "matching/patient_rows.h"
+#include "matching/record_side.h"
 
 namespace qm {
 
@@ -36,53 +37,20 @@ class IndexSearch {
   using Code = PatientRows::Code;
   using RowNumber = PatientRows::RowNumber;
 
-  // The record's side of a rule.
-  struct Side {
-    bool is_ready = false;
-    std::string text{};
-    bool missing = true;
-    std::optional<Code> code{};
-    std::optional<PreparedComparator> prepared{};
-    std::vector<std::uint8_t> percents{};  // by code of the derived texts
-    std::vector<Code> known{};             // those that are known
-    bool all_known = false;
-    bool remembers = false;
-  };
-  // What a column's value adds at most, by its code.
-  struct Group {
-    const PatientRows::Column* column = nullptr;
-    std::vector<std::int16_t> most{};
-    std::vector<Code> known{};
-    bool remembers = false;
-    std::int16_t most_of_all = 0;
-    std::int32_t least = 0;  // what must be reached behind it
-  };
   struct Condition {
     const PatientRows::Column* column = nullptr;
     std::optional<Code> code{};
   };
 
-  std::string Evaluate(RuleExpression& expression, const FieldReader& abstract);
-  void Block(const FieldReader& abstract);
+  void Block();
   bool IsTaken(const std::uint8_t* row, std::size_t condition) const;
   std::size_t CountRows() const;
-  template <typename Visit>
-  void VisitRows(std::span<const RowNumber> rows, std::size_t condition, Visit visit);
-  template <typename Visit>
-  void VisitCandidates(Visit visit);
+  void VisitRows(std::span<const RowNumber> rows, std::size_t condition);
+  void VisitAll();
 
   void PrepareAll();
-  void PrepareSide(std::size_t rule);
-  void PrepareGroups();
-  void Forget();
-
-  const PatientRows::Column& ColumnOf(const DerivedValues& derived) const {
-    return rows_.columns()[derived.column()];
-  }
-  std::int16_t Percent(std::size_t rule, Code text);
-  std::int16_t CompareTexts(std::size_t rule, std::string_view text) const;
-  std::int16_t Most(std::size_t group, Code value, std::int32_t least);
-  bool CanReach(const std::uint8_t* row);
+  void Take(RowNumber row);
+  void ConsiderTaken();
   void Consider(RowNumber row);
   std::int16_t Score(RowNumber row, std::vector<RuleScore>* explained);
   RuleScore ApplyRule(std::size_t rule, RowNumber row, std::int32_t& total, bool explain);
@@ -91,20 +59,17 @@ class IndexSearch {
 
   const PatientRows& rows_;
   const IndexRules& rules_;
-  std::vector<RuleExpression> expressions_;
-  std::vector<RuleExpression> blocking_;
+  RecordSide record_;
+  CandidateWeigher weigher_;
   std::vector<Condition> conditions_;
-  std::vector<Side> sides_;
-  std::vector<Group> groups_;
+  std::vector<RowNumber> taken_;
   std::vector<Candidate> found_;
-  std::vector<std::string> fields_;
-  std::string value_;
   std::string patient_text_;
   const CandidateOptions* options_ = nullptr;
-  const FieldReader* abstract_ = nullptr;
   std::size_t expected_ = 0;  // about so many candidates
   std::int32_t cutoff_ = 0;
   bool passes_over_ = false;
+  bool is_prepared_ = false;
   bool by_library_ = false;
 };
 
