@@ -88,16 +88,14 @@ class TimeTable : public benchmark::BenchmarkReporter {
       const double time = Median(times->second);
       std::printf("%-56s %12.2f %10.3f\n", row.c_str(), time, unit > 0 ? time / unit : 0.0);
     }
-    std::printf("\n");
-    std::vector<Figure> figures;
+    std::cout << std::endl;
     for (const auto& [row, target] : kTargets) {
       const auto times = times_.find(std::string(row));
       if (times == times_.end() || unit == 0) continue;
       const double time = Median(times->second);
-      figures.push_back({std::string(row) + ", beside two plain loops", Milliseconds(time / 1e6),
-                         Milliseconds(unit / 1e6), time / unit, target});
+      PrintFigure({std::string(row) + ", beside two plain loops", Milliseconds(time / 1e6),
+                   Milliseconds(unit / 1e6), time / unit, target});
     }
-    PrintSummary(figures);
   }
 
  private:

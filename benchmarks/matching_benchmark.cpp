@@ -2,12 +2,11 @@
 // beside the same work by hand, a database engine's SQL and the whole program; and a proof that
 // memory and database find the same.
 //
-//   matching_benchmark FOLDER --rules=FILE [--shipped=FILE] [--qm=PROGRAM --peer=COMMAND]
+//   matching_benchmark FOLDER --rules=FILE [--shipped=FILE | --peer=COMMAND [--qm=PROGRAM]]
 //
-// `--rules` are those of the figures with a target, `--shipped` others to tell of beside them. With
-// a program and a peer, which answers statements as benchmarks/duckdb_questions.mjs does, the
-// figures with a target are summed up; without, what they cost is told in a line for each set of
-// rules.
+// With a peer, which answers statements as benchmarks/duckdb_questions.mjs does, the figures with a
+// target are told, by the first rules of the file; those of the whole process with `qm`. Without a
+// peer, what ever more of the rules cost, and the rules that a registry is shipped with.
 #include <qm/match_rules.h>
 
 #include <algorithm>
@@ -122,33 +121,27 @@ class Targets {
   }
 
   void Measure() {
-    const std::int64_t different = Database();
+    Database();
     Resident();
     Many();
     AgainstAll();
-    Program();
-    std::cout << '\n';
-    std::cout << different << " of " << kProofRecords
-              << " records drawn at random answered otherwise in memory than in the database\n"
-              << found_.matches << " matches, sum of scores " << found_.scores
-              << "; by the peer's SQL " << peer_found_.matches << ", " << peer_found_.scores
-              << "\n\n";
-    PrintSummary(figures_);
+    if (!options_.program.empty()) Program();
   }
 
  private:
-  // Gives how many of the proof's records differ.
-  std::int64_t Database() {
+  void Database() {
     const auto costs = registry_.SearchDatabase(kDatabaseRecords, kRounds);
     const auto searched = static_cast<double>(kDatabaseRecords);
-    std::cout << static_cast<double>(costs.rows) / searched << " candidates a record\n";
+    std::cout << static_cast<double>(costs.rows) / searched << " candidates a record" << std::endl;
     const double library = Sum(costs.library);
     const double by_hand = Sum(costs.by_hand);
-    figures_.push_back({"one record through the database, beside fetching its rows by hand",
-                        Milliseconds(library / searched), Milliseconds(by_hand / searched),
-                        library / by_hand, 1.1});
-    std::cout << "index made in " << Milliseconds(registry_.MakeIndex()) << '\n';
-    return registry_.CountDifferent(kProofRecords);
+    PrintFigure({"one record through the database, beside fetching its rows by hand",
+                 Milliseconds(library / searched), Milliseconds(by_hand / searched),
+                 library / by_hand, 1.1});
+    std::cout << "index made in " << Milliseconds(registry_.MakeIndex()) << '\n'
+              << registry_.CountDifferent(kProofRecords) << " of " << kProofRecords
+              << " records drawn at random answered otherwise in memory than in the database"
+              << std::endl;
   }
 
   void Resident() {
@@ -156,8 +149,8 @@ class Targets {
     for (const auto& [share, title, target] :
          {std::tuple{0.5, "median", 0.1}, {0.95, "95th percentile", 0.3}}) {
       const double cost = Quantile(costs, share);
-      figures_.push_back({std::string("one record on the resident index, ms, ") + title,
-                          Milliseconds(cost), "", cost, target});
+      PrintFigure({std::string("one record on the resident index, ms, ") + title,
+                   Milliseconds(cost), "", cost, target});
     }
   }
 
@@ -193,12 +186,14 @@ class Targets {
       const std::string name = "many records, search alone, " + std::to_string(threads) +
                                (threads == 1 ? " thread" : " threads");
       const std::string rate = PerSecond(1000 * records / ours);
-      figures_.push_back({name + ", beside SQL", rate, PerSecond(1000 * records / peer.plain),
-                          peer.plain / ours, 12, true});
-      figures_.push_back({name + ", beside SQL with bounds", rate,
-                          PerSecond(1000 * records / peer.bounded), peer.bounded / ours, 12, true});
+      PrintFigure({name + ", beside SQL", rate, PerSecond(1000 * records / peer.plain),
+                   peer.plain / ours, 12, true});
+      PrintFigure({name + ", beside SQL with bounds", rate,
+                   PerSecond(1000 * records / peer.bounded), peer.bounded / ours, 12, true});
       two_threads_ = peer;
     }
+    std::cout << found_.matches << " matches, sum of scores " << found_.scores << "; by SQL "
+              << peer_found_.matches << ", " << peer_found_.scores << std::endl;
   }
 
   void AgainstAll() {
@@ -217,9 +212,8 @@ class Targets {
     const auto records = static_cast<double>(kAgainstAllRecords);
     for (const auto& [title, other] :
          {std::pair{"SQL", peer.plain}, {"SQL with bounds", peer.bounded}}) {
-      figures_.push_back({std::string("one record against all, no blocking, beside ") + title,
-                          Milliseconds(cost / records), Milliseconds(other / records), cost / other,
-                          0.1});
+      PrintFigure({std::string("one record against all, no blocking, beside ") + title,
+                   Milliseconds(cost / records), Milliseconds(other / records), cost / other, 0.1});
     }
   }
 
@@ -244,19 +238,18 @@ class Targets {
       ours = std::min(ours, RunProgram("", "matches.txt"));
       AskPeer(2, two_threads_, [&](bool bounded) { return sql_.Blocked(bounded); });
     }
-    figures_.push_back(
-        {"qm match --all, the whole process, s", Milliseconds(ours), "", ours / 1000, 6});
+    PrintFigure({"qm match --all, the whole process, s", Milliseconds(ours), "", ours / 1000, 6});
     for (const auto& [title, peer] :
          {std::pair{"SQL", two_threads_.plain}, {"SQL with bounds", two_threads_.bounded}}) {
-      figures_.push_back({std::string("the same, beside the query alone, 2 threads, ") + title,
-                          Milliseconds(ours), Milliseconds(peer), ours / peer, 1.5});
+      PrintFigure({std::string("the same, beside the query alone, 2 threads, ") + title,
+                   Milliseconds(ours), Milliseconds(peer), ours / peer, 1.5});
     }
     const std::string expected = ReadOutput("matches.txt");
     for (const char* limit : {"512", "32"}) {
       const double cost = RunProgram(std::string("--memory ") + limit, "matches_limited.txt");
       const bool same = !expected.empty() && ReadOutput("matches_limited.txt") == expected;
-      figures_.push_back({std::string("the same in ") + limit + " MiB: outputs that differ",
-                          Milliseconds(cost), "", same ? 0.0 : 1.0, 0});
+      PrintFigure({std::string("the same in ") + limit + " MiB: outputs that differ",
+                   Milliseconds(cost), "", same ? 0.0 : 1.0, 0});
     }
   }
 
@@ -267,7 +260,6 @@ class Targets {
   Found found_{};
   Found peer_found_{};
   PeerCosts two_threads_;
-  std::vector<Figure> figures_;
 };
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
@@ -296,11 +288,11 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
 int Run(const std::vector<std::string>& arguments) {
   const Options options = ParseOptions(arguments);
   if (options.folder.empty() || options.rules.empty()) {
-    std::cerr << "matching_benchmark FOLDER --rules=FILE [--shipped=FILE] [--qm=PROGRAM "
-                 "--peer=COMMAND]\n";
+    std::cerr << "matching_benchmark FOLDER --rules=FILE [--shipped=FILE | --peer=COMMAND "
+                 "[--qm=PROGRAM]]\n";
     return 2;
   }
-  if (options.peer.empty() || options.program.empty()) {
+  if (options.peer.empty()) {
     PrintGrowth(options, (options.folder / "registry.db").string());
   } else {
     Targets(options).Measure();

@@ -72,7 +72,7 @@ void RatioTable::Finalize() {
     }
   }
   std::printf("\n");
-  PrintSummary(figures);
+  for (const Figure& figure : figures) PrintFigure(figure);
 }
 
 }  // namespace qm::bench

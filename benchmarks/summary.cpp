@@ -38,15 +38,11 @@ std::string Milliseconds(double milliseconds) {
 
 std::string PerSecond(double count) { return Formatted("%.0f /s", count); }
 
-void PrintSummary(const std::vector<Figure>& figures) {
+void PrintFigure(const Figure& figure) {
+  const std::string line = Line(figure);
+  std::cout << line << std::endl;
   const char* const file = std::getenv("QM_BENCH_SUMMARY");
-  std::ofstream kept;
-  if (file != nullptr) kept.open(file, std::ios::app);
-  for (const Figure& figure : figures) {
-    const std::string line = Line(figure);
-    std::cout << line << std::endl;
-    if (kept.is_open()) kept << line << '\n';
-  }
+  if (file != nullptr) std::ofstream(file, std::ios::app) << line << '\n';
 }
 
 }  // namespace qm::bench

@@ -1,10 +1,9 @@
-// The summary of a run of `scripts/bench`: a line for each figure that has a target. It goes to
-// standard output and, so that one table can be made of several programs, to the end of the file
-// that the environment names by QM_BENCH_SUMMARY.
+// The summary of a run of `scripts/bench`: a line for each figure that has a target, told as soon
+// as it is known. It goes to standard output and, so that one table can be made of several
+// programs, to the end of the file that the environment names by QM_BENCH_SUMMARY.
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace qm::bench {
 
@@ -22,6 +21,6 @@ std::string Milliseconds(double milliseconds);
 /// "12,345 /s"
 std::string PerSecond(double count);
 
-void PrintSummary(const std::vector<Figure>& figures);
+void PrintFigure(const Figure& figure);
 
 }  // namespace qm::bench
