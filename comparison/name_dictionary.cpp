@@ -181,9 +181,8 @@ std::size_t NameDictionary::Bytes() const {
   for (const Bucket& bucket : buckets_) {
     bytes += bucket.columns.capacity() * sizeof(NameColumn) + bucket.texts.capacity() +
              bucket.blocks.capacity() * sizeof(std::uint32_t);
-    for (const std::string& name : bucket.odd) bytes += sizeof name + name.capacity();
   }
-  return bytes;
+  return bytes + odd_bytes_;
 }
 
 // The name's slot, or the free one where it belongs.
@@ -241,6 +240,7 @@ std::uint32_t NameDictionary::Append(std::string_view name) {
   ++bucket.names;
   if (bucket.length == 0) {
     bucket.odd.emplace_back(name);
+    odd_bytes_ += sizeof(std::string) + bucket.odd.back().capacity();
   } else {
     bucket.texts.append(name);
     NameColumn* const columns = bucket.columns.data() + bucket.columns.size() - bucket.length;

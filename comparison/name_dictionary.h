@@ -96,6 +96,7 @@ class NameDictionary {
   std::vector<BlockPlace> blocks_;
   std::vector<Slot> slots_;
   std::size_t size_ = 0;
+  std::size_t odd_bytes_ = 0;
 };
 
 }  // namespace qm

@@ -6,6 +6,7 @@
 #include <qm/conversions.h>
 #include <qm/error.h>
 
+#include "matching/row_builder.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -13,7 +14,7 @@ namespace qm {
 namespace {
 
 constexpr std::int64_t kSample = 1000;
-constexpr std::int64_t kRowsOfAStep = 4096;
+constexpr std::int64_t kRowsOfAStep = 1024;
 
 [[noreturn]] void Refuse(const std::string& column) {
   throw Error(kErrNotSupported, "QMDataObjects2",
@@ -37,7 +38,7 @@ PatientReader::PatientReader(std::shared_ptr<Connection> connection, const Index
     : connection_(std::move(connection)),
       columns_(rules.columns()),
       blocking_(rules.BlockingColumns()),
-      texts_(columns_.size()),
+      read_(columns_.size()),
       values_(columns_.size()) {}
 
 void PatientReader::CheckBlocking() const {
@@ -90,20 +91,24 @@ void PatientReader::Open() {
   patients_->Open(Query(""), connection_);
 }
 
-PatientRows::RowNumber PatientReader::AddRow(CandidateIndex& index, const Recordset& row) {
+// Into `values_`; gives the patient's identifier.
+std::int32_t PatientReader::TakeRow(const Recordset& row) {
   const Variant key = row.Value(0);
-  const std::int32_t patient_id = ToInt32(Variant(ToText(key)));
+  const auto* const number = key.GetIf<std::int32_t>();
+  const std::int32_t patient_id = number != nullptr ? *number : ToInt32(Variant(ToText(key)));
   // A rule may read it as text.
-  if (ToText(key) != std::to_string(patient_id)) Refuse("PatientID");
+  if (number == nullptr && ToText(key) != std::to_string(patient_id)) Refuse("PatientID");
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    Variant value = row.Value(static_cast<int>(i) + 1);
+    read_[i] = row.Value(static_cast<int>(i) + 1);
     values_[i].reset();
-    if (value.IsNull()) continue;
-    if (blocking_[i] && !value.IsText()) Refuse(columns_[i]);
-    texts_[i] = ToText(value);
-    values_[i] = texts_[i];
+    if (read_[i].IsNull()) continue;
+    if (!read_[i].IsText()) {
+      if (blocking_[i]) Refuse(columns_[i]);
+      read_[i] = ToText(read_[i]);
+    }
+    values_[i] = read_[i].Get<std::string>();
   }
-  return index.rows.Add(patient_id, values_);
+  return patient_id;
 }
 
 bool PatientReader::Read(CandidateIndex& index, std::int64_t memory, int threads,
@@ -113,13 +118,18 @@ bool PatientReader::Read(CandidateIndex& index, std::int64_t memory, int threads
   constexpr std::size_t kUsualRow = 32;
   const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, total_ - done_));
   index.rows.Reserve(memory == 0 ? left : std::min(left, room / (4 * kUsualRow)));
-  for (; !patients_->Eof(); patients_->MoveNext()) {
-    if (done_ % kRowsOfAStep == 0) {
-      if (progress) progress(done_, total_);
-      if (memory != 0 && index.rows.count() != 0 && index.Bytes() > room) break;
+  {
+    RowBuilder builder(index.rows);
+    for (; !patients_->Eof(); patients_->MoveNext()) {
+      if (done_ % kRowsOfAStep == 0) {
+        if (progress) progress(done_, total_);
+        if (memory != 0 && builder.Bytes() > room) break;
+      }
+      const std::int32_t patient_id = TakeRow(*patients_);
+      builder.Add(patient_id, values_);
+      ++done_;
     }
-    AddRow(index, *patients_);
-    ++done_;
+    builder.Finish();
   }
   index.rows.IndexRows();
   index.rules.Extend(index.rows, threads);
@@ -131,7 +141,8 @@ void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
   rows->Open(Query(" WHERE PatientID = " + std::to_string(patient_id)), connection_);
   index.rows.Remove(patient_id);
   for (const Recordset& row : rows->Rows()) {
-    index.rules.Extend(index.rows, AddRow(index, row));
+    const std::int32_t id = TakeRow(row);
+    index.rules.Extend(index.rows, index.rows.Add(id, values_));
   }
   if (index.rows.IsScattered()) index.rows.IndexRows();
 }

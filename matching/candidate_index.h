@@ -52,7 +52,7 @@ class PatientReader {
   std::string Query(const std::string& condition) const;
   void CheckComparison(std::size_t column) const;
   std::int64_t Count(const std::string& condition) const;
-  PatientRows::RowNumber AddRow(CandidateIndex& index, const Recordset& row);
+  std::int32_t TakeRow(const Recordset& row);
 
   std::shared_ptr<Connection> connection_;
   std::vector<std::string> columns_;
@@ -60,7 +60,7 @@ class PatientReader {
   std::shared_ptr<Recordset> patients_;
   std::int64_t total_ = 0;
   std::int64_t done_ = 0;
-  std::vector<std::string> texts_;
+  std::vector<Variant> read_;
   std::vector<std::optional<std::string_view>> values_;
 };
 
