@@ -10,6 +10,12 @@ constexpr std::size_t kManyValues = std::size_t{1} << 16U;
 // Weighing all values of a column costs as much as weighing so many candidates for each.
 constexpr std::size_t kWorthAllValues = 4;
 
+void Prefetch([[maybe_unused]] const void* address) {
+#if defined(__GNUC__)
+  __builtin_prefetch(address);
+#endif
+}
+
 }  // namespace
 
 CandidateWeigher::CandidateWeigher(const PatientRows& rows, const IndexRules& rules,
@@ -149,12 +155,16 @@ void CandidateWeigher::WeighColumn(const Column& column, std::span<const RowNumb
   }
 }
 
-bool CandidateWeigher::IsKept(Weighed& candidate) {
+bool CandidateWeigher::WeighLate(Weighed& candidate) const {
   const std::uint8_t* const row = rows_.Row(candidate.row);
   for (const Column* column : late_) {
     candidate.total += Weigh(*column, PatientRows::CodeAt(row, *column->held)) - column->most;
   }
-  if (candidate.total < cutoff_) return false;
+  return candidate.total >= cutoff_;
+}
+
+bool CandidateWeigher::WeighSingles(Weighed& candidate) {
+  const std::uint8_t* const row = rows_.Row(candidate.row);
   for (const Single& single : singles_) {
     const IndexRule& rule = rules_.rules()[single.rule];
     const Code text = single.derived->Of(PatientRows::CodeAt(row, *single.held));
@@ -166,17 +176,44 @@ bool CandidateWeigher::IsKept(Weighed& candidate) {
   return true;
 }
 
+// What is looked at next is far away in memory.
+void CandidateWeigher::FetchLate(RowNumber row) const {
+  for (const Column* column : late_) {
+    const Code value = PatientRows::CodeAt(rows_.Row(row), *column->held);
+    Prefetch(column->group->classes.data() + value);
+  }
+}
+
+void CandidateWeigher::FetchSingle(RowNumber row) const {
+  if (singles_.empty()) return;
+  const Single& single = singles_.front();
+  const Code text = single.derived->Of(PatientRows::CodeAt(rows_.Row(row), *single.held));
+  Prefetch(single.derived->Text(text, *single.held).data());
+}
+
 std::span<const CandidateWeigher::RowNumber> CandidateWeigher::Keep(
     std::span<const RowNumber> rows) {
   totals_.assign(rows.size(), start_);
   codes_.resize(rows.size());
+  left_.resize(rows.size());
   kept_.resize(rows.size());
   for (const Column* column : early_) WeighColumn(*column, rows);
-  std::size_t kept = 0;
+  std::size_t left = 0;
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (totals_[i] < cutoff_) continue;
-    Weighed candidate{rows[i], totals_[i]};
-    if (IsKept(candidate)) kept_[kept++] = rows[i];
+    left_[left] = {rows[i], totals_[i]};
+    left += totals_[i] >= cutoff_ ? 1 : 0;
+  }
+  for (std::size_t i = 0; i < left; ++i) FetchLate(left_[i].row);
+  std::size_t later = 0;
+  for (std::size_t i = 0; i < left; ++i) {
+    Weighed candidate = left_[i];
+    if (!WeighLate(candidate)) continue;
+    left_[later++] = candidate;
+    FetchSingle(candidate.row);
+  }
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < later; ++i) {
+    if (WeighSingles(left_[i])) kept_[kept++] = left_[i].row;
   }
   return std::span(kept_).first(kept);
 }

@@ -74,7 +74,10 @@ class CandidateWeigher {
   void PrepareClasses(Column& column);
   void WeighColumn(const Column& column, std::span<const RowNumber> rows);
   static std::int32_t Weigh(const Column& column, Code value);
-  bool IsKept(Weighed& candidate);
+  bool WeighLate(Weighed& candidate) const;
+  bool WeighSingles(Weighed& candidate);
+  void FetchLate(RowNumber row) const;
+  void FetchSingle(RowNumber row) const;
 
   const PatientRows& rows_;
   const IndexRules& rules_;
@@ -89,6 +92,7 @@ class CandidateWeigher {
   std::size_t expected_ = 0;
   std::vector<std::int32_t> totals_;
   std::vector<Code> codes_;
+  std::vector<Weighed> left_;
   std::vector<RowNumber> kept_;
 };
 

@@ -3,7 +3,8 @@
 // number plus one), in as many bytes as the codes need. Rows are only added and marked as gone.
 //
 // For blocking, a column can be told to keep the rows of each value: those that were there at
-// `IndexRows` one after the other, later ones in a list of their own.
+// `IndexRows` one after the other, later ones in a list of their own. `IndexRows` sorts the rows,
+// so row numbers end there.
 //
 // Reading is safe for many threads at once; adding and removing need the object alone.
 #pragma once
@@ -102,6 +103,8 @@ class PatientRows {
   }
   static void Write(std::uint8_t* p, std::uint32_t value, std::size_t bytes);
   void Lay();
+  const Column* BroadestColumn() const;
+  void SortRows();
   void Widen(Column& column);
 
   std::vector<Column> columns_;
