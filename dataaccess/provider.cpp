@@ -22,6 +22,17 @@ constexpr ProviderEntry kProviders[] = {{"SQLite", &SqliteSession::Open}};
 
 }  // namespace
 
+int RowShape::Find(std::string_view name) const {
+  if (!named_) {
+    names_.Clear(columns.size());
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      names_.Add(columns[i].name, static_cast<int>(i));
+    }
+    named_ = true;
+  }
+  return names_.Find(name);
+}
+
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
                                                      const SessionSettings& settings) {
   if (IsOdbcString(connection)) return OdbcSession::Open(connection, settings);

@@ -22,6 +22,12 @@ std::int16_t NullAsZero(const Variant& value) {
   return value.IsNull() ? std::int16_t{0} : ToInt16(value);
 }
 
+// By way of its text, in which Null, and Empty, are no number.
+std::int16_t ItemNumber(const Variant& value) {
+  const bool number = value.GetIf<std::int32_t>() != nullptr;
+  return number ? ToInt16(value) : ToInt16(ToTextOrEmpty(value));
+}
+
 std::shared_ptr<Recordset> OpenStatic(const std::string& sql) {
   const auto& control = CurrentSession().gcnControl.Get();
   auto rows = control->CreateRecordset();
@@ -51,6 +57,32 @@ void Dimension(ControlArrays& arrays, std::size_t size) {
   }
 }
 
+// Where the columns of the field table stand in its rows; -1 for one that it lacks, which fails
+// when it is read.
+struct FieldTable {
+  explicit FieldTable(const Recordset& rows)
+      : item_number(rows.FieldOrdinal("NAACCR_Item_No")),
+        name(rows.FieldOrdinal("FieldName")),
+        description(rows.FieldOrdinal("Description")),
+        prompting(rows.FieldOrdinal("Prompting")),
+        prompting_value(rows.FieldOrdinal("PromptingValue")),
+        length(rows.FieldOrdinal("FieldLength")),
+        start(rows.FieldOrdinal("columnstart")),
+        justification(rows.FieldOrdinal("Justification")),
+        is_protected(rows.FieldOrdinal("Protected")),
+        unknown_values(rows.FieldOrdinal("UnknownValues")),
+        patient_grid(rows.FieldOrdinal("patGrid")),
+        medical_grid(rows.FieldOrdinal("medGrid")),
+        abstract_grid(rows.FieldOrdinal("vlmabsgrid")),
+        patient_table(rows.FieldOrdinal("pattable")),
+        medical_table(rows.FieldOrdinal("MedTable")),
+        abstract_table(rows.FieldOrdinal("vlmabstable")) {}
+
+  int item_number, name, description, prompting, prompting_value, length, start, justification,
+      is_protected, unknown_values, patient_grid, medical_grid, abstract_grid, patient_table,
+      medical_table, abstract_table;
+};
+
 // One load into a layout's state. Members run in the order of their declaration.
 template <typename State>
 class FieldLoad {
@@ -71,7 +103,8 @@ class FieldLoad {
                                    std::string(order_by));
     if (fields->RecordCount() == 0) RaiseRunTime(kErrDivisionByZero);
     Start(static_cast<std::size_t>(NarrowInt16(static_cast<double>(fields->RecordCount()))) + 1);
-    for (; !fields->Eof(); fields->MoveNext()) LoadRow(*fields);
+    const FieldTable columns(*fields);
+    for (; !fields->Eof(); fields->MoveNext()) LoadRow(*fields, columns);
     fields->Close();
     RankTextFields();
     if (first_load_) {
@@ -100,51 +133,54 @@ class FieldLoad {
   }
 
   // Text fields take the first indexes, in query order; the others follow in query order.
-  void LoadRow(const Recordset& row) {
+  void LoadRow(const Recordset& row, const FieldTable& columns) {
     state_.FieldsCount = NarrowInt16(state_.FieldsCount + 1.0);
-    const bool text_field = ToTextOrEmpty(row.Value("Prompting")) == "X";
+    const bool text_field = ToTextOrEmpty(row.Value(columns.prompting)) == "X";
     std::int16_t i = 0;
     if (text_field) {
       i = ++texts_;
-      At(state_.TextItemNo, i) = ToInt16(row.Value("NAACCR_Item_No"));
+      At(state_.TextItemNo, i) = ToInt16(row.Value(columns.item_number));
       At(state_.TextFieldPos, i) = state_.FieldsCount;
     } else {
       i = NarrowInt16(static_cast<double>(state_.TextFieldsCount) + ++others_);
     }
     At(state_.fieldvalue, i).clear();  // beyond the arrays nothing is listed either
-    if (!text_field) List(i, row);
-    FillElement(static_cast<std::size_t>(i), row);
+    if (!text_field) List(i, row, columns);
+    FillElement(static_cast<std::size_t>(i), row, columns);
   }
 
-  void List(std::int16_t i, const Recordset& row) {
-    const int table = AbstractTableOfCode(NullAsZero(row.Value("vlmAbsTable")));
-    const std::string name = ToText(row.Value("FieldName"));
+  void List(std::int16_t i, const Recordset& row, const FieldTable& columns) {
+    const int table = AbstractTableOfCode(NullAsZero(row.Value(columns.abstract_table)));
+    const std::string name = ToText(row.Value(columns.name));
     if (table == 0 || EqualsIgnoreCase(name, kKeyColumn)) return;
     ColumnList& list = At(*state_.abstract_columns, table - 1);
-    list.columns += "," + name;
+    list.columns.append(",").append(name);
     list.fields.push_back(i);
-    At(CurrentSession().AbsTableFieldList, table - 1) = list.columns;
+    At(CurrentSession().AbsTableFieldList, table - 1).append(",").append(name);
   }
 
-  void FillElement(std::size_t i, const Recordset& row) {
+  void FillElement(std::size_t i, const Recordset& row, const FieldTable& columns) {
     ControlArrays& to = *state_.arrays;
-    to.iField_Num[i] = ToInt16(ToTextOrEmpty(row.Value("NAACCR_Item_No")));
-    to.sField_Desc[i] = ToTextOrEmpty(row.Value("Description"));
-    to.sField_Name[i] = ToText(row.Value("FieldName"));
-    to.sField_Type[i] = ToTextOrEmpty(row.Value("prompting"));
-    to.iField_Len[i] = NullAsZero(row.Value("FieldLength"));
-    to.iPatTable[i] = ToInt16(row.Value("patGrid"));
-    to.iMedTable[i] = ToInt16(row.Value("medGrid"));
-    to.iAbstable[i] = ToInt16(row.Value("vlmabsgrid"));
-    to.iField_Protected[i] = ToInt16(row.Value("Protected"));
-    to.iField_Start[i] = NullAsZero(row.Value("columnstart"));
-    to.sField_Just[i] = ToTextOrEmpty(row.Value("Justification"));
-    to.iAbsTableNo[i] = first_load_ ? NullAsZero(row.Value("vlmabstable")) : std::int16_t{1};
-    to.iPatTableNo[i] = first_load_ ? NullAsZero(row.Value("pattable")) : std::int16_t{1};
-    to.iMedTableNo[i] = first_load_ ? NullAsZero(row.Value("MedTable")) : std::int16_t{1};
-    state_.UnknownValues[i] = ToTextOrEmpty(row.Value("UnknownValues"));
+    to.iField_Num[i] = ItemNumber(row.Value(columns.item_number));
+    to.sField_Desc[i] = ToTextOrEmpty(row.Value(columns.description));
+    to.sField_Name[i] = ToText(row.Value(columns.name));
+    to.sField_Type[i] = ToTextOrEmpty(row.Value(columns.prompting));
+    to.iField_Len[i] = NullAsZero(row.Value(columns.length));
+    to.iPatTable[i] = ToInt16(row.Value(columns.patient_grid));
+    to.iMedTable[i] = ToInt16(row.Value(columns.medical_grid));
+    to.iAbstable[i] = ToInt16(row.Value(columns.abstract_grid));
+    to.iField_Protected[i] = ToInt16(row.Value(columns.is_protected));
+    to.iField_Start[i] = NullAsZero(row.Value(columns.start));
+    to.sField_Just[i] = ToTextOrEmpty(row.Value(columns.justification));
+    const auto table = [&](int column) {
+      return first_load_ ? NullAsZero(row.Value(column)) : std::int16_t{1};
+    };
+    to.iAbsTableNo[i] = table(columns.abstract_table);
+    to.iPatTableNo[i] = table(columns.patient_table);
+    to.iMedTableNo[i] = table(columns.medical_table);
+    state_.UnknownValues[i] = ToTextOrEmpty(row.Value(columns.unknown_values));
     to.iField_Row[i] = -1;
-    state_.FieldPromptingValue[i] = ToTextOrEmpty(row.Value("PromptingValue"));
+    state_.FieldPromptingValue[i] = ToTextOrEmpty(row.Value(columns.prompting_value));
     largest_abstract_ = std::max(largest_abstract_, to.iAbsTableNo[i]);
     largest_patient_ = std::max(largest_patient_, to.iPatTableNo[i]);
     largest_medical_ = std::max(largest_medical_, to.iMedTableNo[i]);
