@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -17,6 +18,8 @@
 namespace qm {
 
 namespace {
+
+constexpr std::size_t kMostKnown = 256;
 
 std::vector<int> ColumnsOf(const RuleExpression& expression, const Recordset& record) {
   std::vector<int> columns;
@@ -68,8 +71,12 @@ MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
     : abstract_(abstract), values_(values) {
   const auto& rules = CurrentMatching().rules;
   rules_.reserve(rules.size());
-  for (const MatchRule& rule : rules)
-    rules_.push_back({RuleExpression(Trim(rule.field_expression))});
+  for (const MatchRule& rule : rules) {
+    Applied& applied = rules_.emplace_back(RuleExpression(Trim(rule.field_expression)));
+    const RuleExpression& expression = applied.expression;
+    applied.is_repeatable =
+        !expression.IsColumn() && expression.IsFixed() && expression.fields().size() == 1;
+  }
 }
 
 void MatchScorer::BindColumns(const Recordset& block) {
@@ -85,12 +92,23 @@ void MatchScorer::Evaluate(Applied& applied, const Recordset& record, std::span<
   for (std::size_t i = 0; found && i < columns.size(); ++i) {
     fields_[i] = ToTextOrEmpty(record.Value(columns[i]));
   }
+  Known* known = nullptr;
+  if (found && applied.is_repeatable) {
+    applied.known.resize(kMostKnown);
+    known = &applied.known[std::hash<std::string>{}(fields_[0]) % kMostKnown];
+    if (known->is_known && known->field == fields_[0]) {
+      compared = known->compared;
+      return;
+    }
+  }
   if (!found || !applied.expression.Evaluate(fields_, values_, MatchScriptEngine(), value_)) {
     std::string rewritten = applied.expression.text();
     const std::string quoted = EvaluateMatchField(rewritten, record, values_);
     value_.assign(quoted, 1, quoted.size() - 2);
+    known = nullptr;  // such a value may have become part of the script
   }
   MakeCompared(value_, compared);
+  if (known != nullptr) *known = {fields_[0], compared, true};
 }
 
 void MatchScorer::EvaluateAbstract(const MatchRule& rule, Applied& applied) {

@@ -3,7 +3,8 @@
 // Each rule's expression is read once. The abstract's value of a rule is evaluated at the first
 // candidate that needs it and kept, so a scorer lives no longer than the abstract's row stands and
 // the rules stay. The columns of the candidates are found once for each recordset that they come
-// in. Cost of a candidate: one evaluation and one comparison a rule.
+// in. Cost of a candidate: one evaluation and one comparison a rule; a script is not run again for
+// a value that it met not long ago.
 #pragma once
 
 #include <cstddef>
@@ -12,6 +13,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <qm/matcher.h>
@@ -56,13 +58,22 @@ class MatchScorer {
   std::int16_t Score(const Recordset& block, std::vector<RuleScore>* rules = nullptr);
 
  private:
+  struct Known {
+    std::string field{};
+    std::string compared{};
+    bool is_known = false;
+  };
   // A rule as it applies to the abstract.
   struct Applied {
+    explicit Applied(RuleExpression read) : expression(std::move(read)) {}
+
     RuleExpression expression;
     std::vector<int> columns{};  // of the candidates, for the expression's fields
     std::optional<std::string> abstract_value{};
     bool abstract_is_missing = false;
     std::optional<PreparedComparator> prepared{};
+    bool is_repeatable = false;  // equal fields give equal results
+    std::vector<Known> known{};  // by hash of the field: what its script made of it
   };
 
   void BindColumns(const Recordset& block);
