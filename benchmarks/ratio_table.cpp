@@ -29,11 +29,13 @@ std::vector<std::string>& Names() {
 
 }  // namespace
 
-void Compare(const std::string& name, Work library, Work by_hand) {
+void Compare(const std::string& name, Work library, Work by_hand, Clock clock) {
   Names().push_back(name);
   for (auto& [title, work] : {std::pair{name, std::move(library)},
                               std::pair{name + std::string(kByHand), std::move(by_hand)}}) {
-    benchmark::RegisterBenchmark(title.c_str(), work)->UseRealTime()->Repetitions(kRepetitions);
+    auto* const side = benchmark::RegisterBenchmark(title.c_str(), work);
+    side->Repetitions(kRepetitions);
+    if (clock == Clock::kWall) side->UseRealTime();
   }
 }
 
