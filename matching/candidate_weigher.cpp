@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "matching/prefetch.h"
+
 namespace qm {
 
 namespace {
@@ -9,12 +11,6 @@ namespace {
 constexpr std::size_t kManyValues = std::size_t{1} << 16U;
 // Weighing all values of a column costs as much as weighing so many candidates for each.
 constexpr std::size_t kWorthAllValues = 4;
-
-void Prefetch([[maybe_unused]] const void* address) {
-#if defined(__GNUC__)
-  __builtin_prefetch(address);
-#endif
-}
 
 }  // namespace
 

@@ -8,6 +8,7 @@
 
 #include "comparison/comparison_library.h"
 #include "matching/match_scorer.h"
+#include "matching/prefetch.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -17,12 +18,6 @@ namespace {
 // So many rows are weighed at once: they stay in the nearest cache.
 constexpr std::size_t kRowsAtOnce = 512;
 constexpr std::size_t kRowsAhead = 12;
-
-void Prefetch([[maybe_unused]] const void* address) {
-#if defined(__GNUC__)
-  __builtin_prefetch(address);
-#endif
-}
 
 }  // namespace
 
