@@ -57,30 +57,39 @@ void Dimension(ControlArrays& arrays, std::size_t size) {
   }
 }
 
-// Where the columns of the field table stand in its rows; -1 for one that it lacks, which fails
-// when it is read.
-struct FieldTable {
-  explicit FieldTable(const Recordset& rows)
-      : item_number(rows.FieldOrdinal("NAACCR_Item_No")),
-        name(rows.FieldOrdinal("FieldName")),
-        description(rows.FieldOrdinal("Description")),
-        prompting(rows.FieldOrdinal("Prompting")),
-        prompting_value(rows.FieldOrdinal("PromptingValue")),
-        length(rows.FieldOrdinal("FieldLength")),
-        start(rows.FieldOrdinal("columnstart")),
-        justification(rows.FieldOrdinal("Justification")),
-        is_protected(rows.FieldOrdinal("Protected")),
-        unknown_values(rows.FieldOrdinal("UnknownValues")),
-        patient_grid(rows.FieldOrdinal("patGrid")),
-        medical_grid(rows.FieldOrdinal("medGrid")),
-        abstract_grid(rows.FieldOrdinal("vlmabsgrid")),
-        patient_table(rows.FieldOrdinal("pattable")),
-        medical_table(rows.FieldOrdinal("MedTable")),
-        abstract_table(rows.FieldOrdinal("vlmabstable")) {}
+// A column of the field table: its place is looked up once. One that the table lacks fails, by its
+// name, where it is read.
+class FieldColumn {
+ public:
+  FieldColumn(const Recordset& rows, const char* name)
+      : name_(name), ordinal_(rows.FieldOrdinal(name)) {}
+  Variant Of(const Recordset& row) const {
+    return ordinal_ < 0 ? row.Value(name_) : row.Value(ordinal_);
+  }
 
-  int item_number, name, description, prompting, prompting_value, length, start, justification,
-      is_protected, unknown_values, patient_grid, medical_grid, abstract_grid, patient_table,
-      medical_table, abstract_table;
+ private:
+  const char* name_;
+  int ordinal_;
+};
+
+struct FieldTable {
+  const Recordset& rows;
+  FieldColumn item_number{rows, "NAACCR_Item_No"};
+  FieldColumn name{rows, "FieldName"};
+  FieldColumn description{rows, "Description"};
+  FieldColumn prompting{rows, "Prompting"};
+  FieldColumn prompting_value{rows, "PromptingValue"};
+  FieldColumn length{rows, "FieldLength"};
+  FieldColumn start{rows, "columnstart"};
+  FieldColumn justification{rows, "Justification"};
+  FieldColumn is_protected{rows, "Protected"};
+  FieldColumn unknown_values{rows, "UnknownValues"};
+  FieldColumn patient_grid{rows, "patGrid"};
+  FieldColumn medical_grid{rows, "medGrid"};
+  FieldColumn abstract_grid{rows, "vlmabsgrid"};
+  FieldColumn patient_table{rows, "pattable"};
+  FieldColumn medical_table{rows, "MedTable"};
+  FieldColumn abstract_table{rows, "vlmabstable"};
 };
 
 // One load into a layout's state. Members run in the order of their declaration.
@@ -103,7 +112,7 @@ class FieldLoad {
                                    std::string(order_by));
     if (fields->RecordCount() == 0) RaiseRunTime(kErrDivisionByZero);
     Start(static_cast<std::size_t>(NarrowInt16(static_cast<double>(fields->RecordCount()))) + 1);
-    const FieldTable columns(*fields);
+    const FieldTable columns{*fields};
     for (; !fields->Eof(); fields->MoveNext()) LoadRow(*fields, columns);
     fields->Close();
     RankTextFields();
@@ -135,11 +144,11 @@ class FieldLoad {
   // Text fields take the first indexes, in query order; the others follow in query order.
   void LoadRow(const Recordset& row, const FieldTable& columns) {
     state_.FieldsCount = NarrowInt16(state_.FieldsCount + 1.0);
-    const bool text_field = ToTextOrEmpty(row.Value(columns.prompting)) == "X";
+    const bool text_field = ToTextOrEmpty(columns.prompting.Of(row)) == "X";
     std::int16_t i = 0;
     if (text_field) {
       i = ++texts_;
-      At(state_.TextItemNo, i) = ToInt16(row.Value(columns.item_number));
+      At(state_.TextItemNo, i) = ToInt16(columns.item_number.Of(row));
       At(state_.TextFieldPos, i) = state_.FieldsCount;
     } else {
       i = NarrowInt16(static_cast<double>(state_.TextFieldsCount) + ++others_);
@@ -150,8 +159,8 @@ class FieldLoad {
   }
 
   void List(std::int16_t i, const Recordset& row, const FieldTable& columns) {
-    const int table = AbstractTableOfCode(NullAsZero(row.Value(columns.abstract_table)));
-    const std::string name = ToText(row.Value(columns.name));
+    const int table = AbstractTableOfCode(NullAsZero(columns.abstract_table.Of(row)));
+    const std::string name = ToText(columns.name.Of(row));
     if (table == 0 || EqualsIgnoreCase(name, kKeyColumn)) return;
     ColumnList& list = At(*state_.abstract_columns, table - 1);
     list.columns.append(",").append(name);
@@ -161,26 +170,26 @@ class FieldLoad {
 
   void FillElement(std::size_t i, const Recordset& row, const FieldTable& columns) {
     ControlArrays& to = *state_.arrays;
-    to.iField_Num[i] = ItemNumber(row.Value(columns.item_number));
-    to.sField_Desc[i] = ToTextOrEmpty(row.Value(columns.description));
-    to.sField_Name[i] = ToText(row.Value(columns.name));
-    to.sField_Type[i] = ToTextOrEmpty(row.Value(columns.prompting));
-    to.iField_Len[i] = NullAsZero(row.Value(columns.length));
-    to.iPatTable[i] = ToInt16(row.Value(columns.patient_grid));
-    to.iMedTable[i] = ToInt16(row.Value(columns.medical_grid));
-    to.iAbstable[i] = ToInt16(row.Value(columns.abstract_grid));
-    to.iField_Protected[i] = ToInt16(row.Value(columns.is_protected));
-    to.iField_Start[i] = NullAsZero(row.Value(columns.start));
-    to.sField_Just[i] = ToTextOrEmpty(row.Value(columns.justification));
-    const auto table = [&](int column) {
-      return first_load_ ? NullAsZero(row.Value(column)) : std::int16_t{1};
+    to.iField_Num[i] = ItemNumber(columns.item_number.Of(row));
+    to.sField_Desc[i] = ToTextOrEmpty(columns.description.Of(row));
+    to.sField_Name[i] = ToText(columns.name.Of(row));
+    to.sField_Type[i] = ToTextOrEmpty(columns.prompting.Of(row));
+    to.iField_Len[i] = NullAsZero(columns.length.Of(row));
+    to.iPatTable[i] = ToInt16(columns.patient_grid.Of(row));
+    to.iMedTable[i] = ToInt16(columns.medical_grid.Of(row));
+    to.iAbstable[i] = ToInt16(columns.abstract_grid.Of(row));
+    to.iField_Protected[i] = ToInt16(columns.is_protected.Of(row));
+    to.iField_Start[i] = NullAsZero(columns.start.Of(row));
+    to.sField_Just[i] = ToTextOrEmpty(columns.justification.Of(row));
+    const auto table = [&](const FieldColumn& column) {
+      return first_load_ ? NullAsZero(column.Of(row)) : std::int16_t{1};
     };
     to.iAbsTableNo[i] = table(columns.abstract_table);
     to.iPatTableNo[i] = table(columns.patient_table);
     to.iMedTableNo[i] = table(columns.medical_table);
-    state_.UnknownValues[i] = ToTextOrEmpty(row.Value(columns.unknown_values));
+    state_.UnknownValues[i] = ToTextOrEmpty(columns.unknown_values.Of(row));
     to.iField_Row[i] = -1;
-    state_.FieldPromptingValue[i] = ToTextOrEmpty(row.Value(columns.prompting_value));
+    state_.FieldPromptingValue[i] = ToTextOrEmpty(columns.prompting_value.Of(row));
     largest_abstract_ = std::max(largest_abstract_, to.iAbsTableNo[i]);
     largest_patient_ = std::max(largest_patient_, to.iPatTableNo[i]);
     largest_medical_ = std::max(largest_medical_, to.iMedTableNo[i]);
