@@ -14,10 +14,10 @@ namespace qm {
 
 // For each window and each place of the right text, the places of the left one within reach.
 inline constexpr auto kWithinReach = [] {
-  constexpr std::size_t kMost = ShortText::kMost;
-  std::array<std::array<std::uint32_t, kMost>, kMost / 2> table{};
+  constexpr std::size_t kLongest = ShortText::kMost;
+  std::array<std::array<std::uint32_t, kLongest>, kLongest / 2> table{};
   for (std::size_t window = 0; window < table.size(); ++window) {
-    for (std::size_t j = 0; j < kMost; ++j) {
+    for (std::size_t j = 0; j < kLongest; ++j) {
       const std::uint64_t reach = (std::uint64_t{2} << (2 * window)) - 1;
       table[window][j] = static_cast<std::uint32_t>((reach << j) >> window);
     }
