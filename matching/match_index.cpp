@@ -29,7 +29,18 @@ struct MatchIndex::State {
     idle.push_back(std::move(search));
   }
 
+  // A reader waits for whoever has the turn: searches without end would keep a refresh waiting.
+  std::shared_lock<std::shared_mutex> LockForReading() {
+    const std::scoped_lock wait(turn);
+    return std::shared_lock(mutex);
+  }
+  std::unique_lock<std::shared_mutex> LockForWriting() {
+    const std::scoped_lock wait(turn);
+    return std::unique_lock(mutex);
+  }
+
   CandidateIndex index;
+  std::mutex turn;
   std::shared_mutex mutex;
   std::mutex idle_mutex;
   std::vector<std::unique_ptr<IndexSearch>> idle;
@@ -53,7 +64,7 @@ std::vector<Match> MatchIndex::Search(const std::function<std::string(std::strin
   CandidateOptions options;
   options.cutoff = cutoff;
   options.names = false;
-  const std::shared_lock lock(state_->mutex);
+  const auto lock = state_->LockForReading();
   auto search = state_->TakeSearch();
   std::vector<Candidate> found = search->Search(field, options);
   state_->GiveBack(std::move(search));
@@ -68,7 +79,7 @@ std::vector<Match> MatchIndex::Search(const Recordset& abstract,
                                       std::optional<std::int16_t> cutoff) const {
   const auto field = [&](std::string_view name) {
     const int ordinal = abstract.FieldOrdinal(name);
-    if (ordinal < 0) RaiseNoSuchField(name, name);
+    if (ordinal < 0) RaiseNoSuchField(name, LastRule());
     return ToTextOrEmpty(abstract.Value(ordinal));
   };
   return Search(field, cutoff);
@@ -76,7 +87,7 @@ std::vector<Match> MatchIndex::Search(const Recordset& abstract,
 
 void MatchIndex::Refresh(const std::shared_ptr<Connection>& connection,
                          std::span<const std::int32_t> patient_ids) {
-  const std::unique_lock lock(state_->mutex);
+  const auto lock = state_->LockForWriting();
   PatientReader reader(connection, state_->index.rules);
   for (const std::int32_t id : patient_ids) reader.Refresh(state_->index, id);
 }
@@ -86,12 +97,12 @@ void MatchIndex::Refresh(const std::shared_ptr<Connection>& connection, std::int
 }
 
 std::int64_t MatchIndex::PatientCount() const {
-  const std::shared_lock lock(state_->mutex);
+  const auto lock = state_->LockForReading();
   return static_cast<std::int64_t>(state_->index.rows.patient_count());
 }
 
 std::int64_t MatchIndex::Bytes() const {
-  const std::shared_lock lock(state_->mutex);
+  const auto lock = state_->LockForReading();
   return static_cast<std::int64_t>(state_->index.Bytes());
 }
 
