@@ -103,7 +103,7 @@ void BatchSearch::SearchOne(IndexSearch& search, Record& record) const {
         return record.texts_[record.shown_ + i];
       }
     }
-    RaiseNoSuchField(name, name);
+    RaiseNoSuchField(name, LastRule());
   };
   try {
     const auto& found = search.Search(field, options_.candidates);
