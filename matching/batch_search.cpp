@@ -50,7 +50,6 @@ BatchSearch::BatchSearch(std::shared_ptr<Connection> connection, BatchOptions op
       rules_(connection_),
       reader_(connection_, rules_) {
   options_.threads = ThreadsFor(options_.threads);
-  reader_.CheckBlocking();
   ReadPartition();
 }
 

@@ -6,6 +6,7 @@
 #include <qm/conversions.h>
 #include <qm/error.h>
 
+#include "dataaccess/connection_string.h"
 #include "matching/row_builder.h"
 #include "runtime/text.h"
 
@@ -13,7 +14,6 @@ namespace qm {
 
 namespace {
 
-constexpr std::int64_t kSample = 1000;
 constexpr std::int64_t kRowsOfAStep = 1024;
 
 [[noreturn]] void Refuse(const std::string& column) {
@@ -27,9 +27,36 @@ std::string Literal(std::string_view value) {
   return result.append("'");
 }
 
+bool IsSqlite(const Connection& connection) {
+  try {
+    const auto provider = ParsedConnectionString(connection.ConnectionString()).Find("Provider");
+    return provider && EqualsIgnoreCase(*provider, "SQLite");
+  } catch (const Error&) {
+    return false;  // a connection of another kind
+  }
+}
+
+std::int32_t PatientIdOf(const Variant& key) {
+  if (const auto* const number = key.GetIf<std::int32_t>()) return *number;
+  try {
+    const std::string text = ToText(key);
+    const std::int32_t patient_id = ToInt32(Variant(text));
+    if (text == std::to_string(patient_id)) return patient_id;  // a rule may read it as text
+  } catch (const Error&) {
+    // Null, or beyond the numbers that are kept
+  }
+  Refuse("PatientID");
+}
+
+bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+
+// Some engines know of these letters only, and of no others in other case.
 std::string InOtherCase(const std::string& text) {
-  const std::string upper = UpperCase(text);
-  return upper == text ? LowerCase(text) : upper;
+  std::string other = text;
+  for (char& c : other) c = static_cast<char>(IsLetter(c) ? c ^ ' ' : c);
+  if (other != text) return other;
+  other = UpperCase(text);
+  return other == text ? LowerCase(text) : other;
 }
 
 }  // namespace
@@ -41,12 +68,6 @@ PatientReader::PatientReader(std::shared_ptr<Connection> connection, const Index
       read_(columns_.size()),
       values_(columns_.size()) {}
 
-void PatientReader::CheckBlocking() const {
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    if (blocking_[i]) CheckComparison(i);
-  }
-}
-
 std::string PatientReader::Query(const std::string& condition) const {
   std::string query = "SELECT PatientID";
   for (const std::string& column : columns_) query.append(", ").append(column);
@@ -57,34 +78,54 @@ std::int64_t PatientReader::Count(const std::string& condition) const {
   return ToInt32(connection_->Execute("SELECT count(*) FROM Patients" + condition)->Value(0));
 }
 
-// A value in other letters and one with a blank behind are other values.
-void PatientReader::CheckComparison(std::size_t column) const {
-  const std::string& name = columns_[column];
-  const auto rows = connection_->CreateRecordset();
-  rows->SetMaxRecords(kSample);
-  rows->Open("SELECT PatientID, " + name + " FROM Patients", connection_);
-  std::string key;
-  std::string sample;
-  for (const Recordset& row : rows->Rows()) {
-    const Variant value = row.Value(1);
-    if (value.IsNull()) continue;
-    if (!value.IsText()) Refuse(name);
-    const std::string& text = value.Get<std::string>();
-    const bool better = sample.empty() || InOtherCase(sample) == sample;
-    if (text.empty() || !better) continue;
-    sample = text;
-    key = ToTextOrEmpty(row.Value(0));
+// Binary values come as texts, and equal none for the engine. They are its greatest, so that an
+// index finds them.
+void PatientReader::CheckNoBinary(const std::string& condition) const {
+  if (!IsSqlite(*connection_)) return;
+  std::string any;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (blocking_[i]) any.append(any.empty() ? "" : " OR ").append(columns_[i]).append(" >= x''");
   }
-  rows->Close();
-  if (sample.empty()) return;
-  const auto finds = [&](const std::string& value) {
-    return Count(" WHERE PatientID = " + key + " AND " + name + " = " + Literal(value)) != 0;
-  };
+  if (!any.empty() && Count(" WHERE (" + any + ")" + condition) != 0) Refuse("of binary values");
+}
+
+// A value in other letters and one with a blank behind are other values.
+void PatientReader::TryComparison(CandidateIndex& index, std::size_t column,
+                                  std::int32_t patient_id, std::string_view value) const {
+  using Tried = CandidateIndex::Tried;
+  const std::string sample(value);
   const std::string other = InOtherCase(sample);
-  if (!finds(sample) || finds(sample + " ") || (other != sample && finds(other))) Refuse(name);
+  const Tried tries = std::ranges::any_of(sample, IsLetter) ? Tried::kLetters
+                      : other != sample                     ? Tried::kOtherLetters
+                                                            : Tried::kBlanks;
+  if (index.tried[column] >= tries || sample.find('\0') != std::string::npos) return;
+  const auto finds = [&](const std::string& text) {
+    return Count(" WHERE PatientID = " + std::to_string(patient_id) + " AND " + columns_[column] +
+                 " = " + Literal(text)) != 0;
+  };
+  if (!finds(sample) || finds(sample + " ") || (other != sample && finds(other))) {
+    Refuse(columns_[column]);
+  }
+  index.tried[column] = tries;
+}
+
+// With a value that has letters, where there is one.
+void PatientReader::TryComparisons(CandidateIndex& index) const {
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (!blocking_[i]) continue;
+    const PatientRows::Column& column = index.rows.columns()[i];
+    for (PatientRows::Code code = 1; code < column.Limit(); ++code) {
+      if (index.tried[i] == CandidateIndex::Tried::kLetters) break;
+      const auto rows = index.rows.IndexedRows(column, code);
+      if (rows.empty()) continue;
+      const auto id = PatientRows::PatientId(index.rows.Row(rows[0]));
+      TryComparison(index, i, id, column.Text(code));
+    }
+  }
 }
 
 void PatientReader::Open() {
+  CheckNoBinary("");
   total_ = Count("");
   done_ = 0;
   patients_ = connection_->CreateRecordset();
@@ -93,11 +134,6 @@ void PatientReader::Open() {
 
 // Into `values_`; gives the patient's identifier.
 std::int32_t PatientReader::TakeRow(const Recordset& row) {
-  const Variant key = row.Value(0);
-  const auto* const number = key.GetIf<std::int32_t>();
-  const std::int32_t patient_id = number != nullptr ? *number : ToInt32(Variant(ToText(key)));
-  // A rule may read it as text.
-  if (number == nullptr && ToText(key) != std::to_string(patient_id)) Refuse("PatientID");
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     read_[i] = row.Value(static_cast<int>(i) + 1);
     values_[i].reset();
@@ -108,7 +144,7 @@ std::int32_t PatientReader::TakeRow(const Recordset& row) {
     }
     values_[i] = read_[i].Get<std::string>();
   }
-  return patient_id;
+  return PatientIdOf(row.Value(0));
 }
 
 bool PatientReader::Read(CandidateIndex& index, std::int64_t memory, int threads,
@@ -132,17 +168,31 @@ bool PatientReader::Read(CandidateIndex& index, std::int64_t memory, int threads
     builder.Finish();
   }
   index.rows.IndexRows();
+  TryComparisons(index);
   index.rules.Extend(index.rows, threads);
   return !patients_->Eof();
 }
 
 void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
+  const std::string condition = "PatientID = " + std::to_string(patient_id);
+  CheckNoBinary(" AND " + condition);
   const auto rows = connection_->CreateRecordset();
-  rows->Open(Query(" WHERE PatientID = " + std::to_string(patient_id)), connection_);
-  index.rows.Remove(patient_id);
+  rows->Open(Query(" WHERE " + condition), connection_);
+  std::vector<std::vector<Variant>> taken;
   for (const Recordset& row : rows->Rows()) {
-    const std::int32_t id = TakeRow(row);
-    index.rules.Extend(index.rows, index.rows.Add(id, values_));
+    TakeRow(row);
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (blocking_[i] && values_[i]) TryComparison(index, i, patient_id, *values_[i]);
+    }
+    taken.push_back(read_);
+  }
+  index.rows.Remove(patient_id);
+  for (const std::vector<Variant>& row : taken) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      values_[i].reset();
+      if (!row[i].IsNull()) values_[i] = row[i].Get<std::string>();
+    }
+    index.rules.Extend(index.rows, index.rows.Add(patient_id, values_));
   }
   if (index.rows.IsScattered()) index.rows.IndexRows();
 }

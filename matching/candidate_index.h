@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <qm/connection.h>
@@ -23,34 +24,39 @@ namespace qm {
 class CandidateIndex {
  public:
   explicit CandidateIndex(const IndexRules& rules_read)
-      : rules(rules_read), rows(rules.columns(), rules.BlockingColumns()) {}
+      : rules(rules_read),
+        rows(rules.columns(), rules.BlockingColumns()),
+        tried(rules.columns().size()) {}
 
   std::size_t Bytes() const { return rules.Bytes() + rows.Bytes(); }
 
   IndexRules rules;
   PatientRows rows;
+  /// What of the engine's comparison is known to be binary, by column: it shows with values only.
+  enum class Tried : std::uint8_t { kNothing, kBlanks, kOtherLetters, kLetters };
+  std::vector<Tried> tried;
 };
 
 class PatientReader {
  public:
   PatientReader(std::shared_ptr<Connection> connection, const IndexRules& rules);
 
-  /// Makes sure that blocking in memory finds what the engine finds: 3251 when a blocking column
-  /// holds other values than text, or is not compared binary.
-  void CheckBlocking() const;
-
   /// All patients anew.
   void Open();
   /// Reads on into an empty index, until it takes so many bytes (0: without end), and makes it
-  /// ready; gives whether patients are left.
+  /// ready; gives whether patients are left. 3251 when blocking in memory might not find what the
+  /// engine finds: a blocking column holds other values than text, or is not compared binary.
   bool Read(CandidateIndex& index, std::int64_t memory, int threads,
             const MatchIndexProgress& progress);
-  /// Reads a patient anew into an index that is ready.
+  /// Reads a patient anew into an index that is ready; refused as by `Read`, it stays as it was.
   void Refresh(CandidateIndex& index, std::int32_t patient_id);
 
  private:
   std::string Query(const std::string& condition) const;
-  void CheckComparison(std::size_t column) const;
+  void CheckNoBinary(const std::string& condition) const;
+  void TryComparisons(CandidateIndex& index) const;
+  void TryComparison(CandidateIndex& index, std::size_t column, std::int32_t patient_id,
+                     std::string_view value) const;
   std::int64_t Count(const std::string& condition) const;
   std::int32_t TakeRow(const Recordset& row);
 

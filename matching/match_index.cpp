@@ -50,7 +50,6 @@ MatchIndex::MatchIndex(const std::shared_ptr<Connection>& connection,
                        const MatchIndexProgress& progress)
     : state_(std::make_unique<State>(connection)) {
   PatientReader reader(connection, state_->index.rules);
-  reader.CheckBlocking();
   reader.Open();
   reader.Read(state_->index, 0, static_cast<int>(std::thread::hardware_concurrency()), progress);
 }
