@@ -7,6 +7,7 @@
 #include <qm/error.h>
 
 #include "comparison/comparison_library.h"
+#include "dataaccess/statement_splitter.h"
 #include "matching/match_scorer.h"
 #include "matching/prefetch.h"
 #include "runtime/text.h"
@@ -28,13 +29,17 @@ IndexSearch::IndexSearch(const PatientRows& rows, const IndexRules& rules)
 
 void IndexSearch::Block() {
   conditions_.clear();
+  std::string with_zero;
   for (std::size_t i = 0; i < rules_.blocks().size(); ++i) {
     const IndexBlock& block = rules_.blocks()[i];
     const std::string& value = record_.BlockingValue(i);
     if (block.ignored && block.ignored->find("'" + value + "'") != std::string::npos) continue;
     const PatientRows::Column& column = rows_.columns()[block.column];
     conditions_.push_back({&column, column.Find(value)});
+    if (with_zero.empty() && value.find('\0') != std::string::npos) with_zero = value;
   }
+  CurrentMatching().rule_in_work = "of tblBlockingParameters (its PatientField)";
+  if (!with_zero.empty()) RequireSingleStatement(with_zero);  // as of a search of the database
   CurrentMatching().rule_in_work.clear();
 }
 
