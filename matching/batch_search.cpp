@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -17,6 +18,9 @@ namespace qm {
 namespace {
 
 constexpr std::size_t kMostRecords = 65536;
+constexpr std::int64_t kMostTextBytes = std::int64_t{64} << 20U;
+// What candidates are kept at a time take so many bytes, unless another limit was asked for.
+constexpr std::int64_t kMostCandidateBytes = std::int64_t{256} << 20U;
 
 int ThreadsFor(int wanted) {
   // Nothing is known of a library's threads.
@@ -84,12 +88,15 @@ void BatchSearch::NameFields(const Recordset& abstracts) {
 
 bool BatchSearch::ReadRecords(Recordset& abstracts, std::vector<Record>& records) {
   records.clear();
-  for (; !abstracts.Eof() && records.size() < kMostRecords; abstracts.MoveNext()) {
+  std::int64_t bytes = 0;
+  for (; !abstracts.Eof() && records.size() < kMostRecords && bytes < kMostTextBytes;
+       abstracts.MoveNext()) {
     Record& record = records.emplace_back();
     record.shown_ = options_.shown.size();
     record.texts_.reserve(ordinals_.size());
     for (const int ordinal : ordinals_) {
       record.texts_.push_back(ordinal < 0 ? "" : ToTextOrEmpty(abstracts.Value(ordinal)));
+      bytes += static_cast<std::int64_t>(sizeof(std::string) + record.texts_.back().size());
     }
   }
   return !records.empty();
@@ -113,22 +120,35 @@ void BatchSearch::SearchOne(IndexSearch& search, Record& record) const {
   }
 }
 
-// False when their candidates would take more memory than is allowed.
-bool BatchSearch::SearchPartition(std::span<Record> records) {
+// How many were searched when their candidates took more memory than is allowed; all as a rule.
+std::size_t BatchSearch::SearchPartition(std::span<Record> records) {
   std::atomic<std::size_t> next{0};
+  std::atomic<std::size_t> searched{0};
   std::atomic<std::int64_t> bytes{0};
-  std::atomic<bool> too_many{false};
-  const std::int64_t room = options_.memory == 0 || records.size() == 1 ? 0 : options_.memory / 4;
-  const auto work = [&](const MatchIndexProgress& progress) {
+  std::atomic<bool> stops{false};
+  std::mutex error_mutex;
+  std::exception_ptr error;
+  const std::int64_t room = options_.memory == 0 ? kMostCandidateBytes : options_.memory / 4;
+  const auto search_some = [&](const MatchIndexProgress& progress) {
     IndexSearch search(index_->rows, index_->rules);
-    for (std::size_t i; !too_many && (i = next++) < records.size();) {
+    for (std::size_t i; !stops && (i = next++) < records.size();) {
       if (!records[i].error_) SearchOne(search, records[i]);
       std::int64_t added = 0;
       for (const Candidate& candidate : records[i].candidates_) added += BytesOf(candidate);
-      if (room != 0 && (bytes += added) > room) too_many = true;
+      ++searched;
+      if ((bytes += added) > room) stops = true;
       if (progress) {
         progress(static_cast<std::int64_t>(i), static_cast<std::int64_t>(records.size()));
       }
+    }
+  };
+  const auto work = [&](const MatchIndexProgress& progress) {
+    try {
+      search_some(progress);
+    } catch (...) {
+      stops = true;
+      const std::scoped_lock lock(error_mutex);
+      error = std::current_exception();
     }
   };
   {
@@ -137,22 +157,28 @@ bool BatchSearch::SearchPartition(std::span<Record> records) {
     for (int i = 1; i < wanted; ++i) others.emplace_back([&] { work({}); });
     work(options_.searching);
   }
-  return !too_many;
+  if (error) std::rethrow_exception(error);
+  return searched;
 }
 
-bool BatchSearch::SearchPartitions(std::span<Record> records) {
-  for (Record& record : records) record.candidates_.clear();
+// As `SearchPartition`.
+std::size_t BatchSearch::SearchPartitions(std::span<Record> records) {
+  for (Record& record : records) record.candidates_ = {};
   if (!first_is_read_) {
     more_ = false;
     ReadPartition();
   }
-  if (!SearchPartition(records)) return false;
-  while (more_) {
+  for (;;) {
+    const std::size_t searched = SearchPartition(records);
+    if (searched < records.size()) {
+      for (Record& record : records) record.candidates_ = {};
+      return searched;
+    }
+    if (!more_) break;
     ReadPartition();
-    if (!SearchPartition(records)) return false;
   }
   for (Record& record : records) SortCandidates(record.candidates_);
-  return true;
+  return records.size();
 }
 
 void BatchSearch::Run(Recordset& abstracts, const std::function<void(const Record& record)>& tell) {
@@ -161,8 +187,9 @@ void BatchSearch::Run(Recordset& abstracts, const std::function<void(const Recor
   for (std::vector<Record> records; ReadRecords(abstracts, records);) {
     for (std::size_t from = 0; from < records.size();) {
       const auto some = std::span(records).subspan(from, std::min(at_once, records.size() - from));
-      if (!SearchPartitions(some)) {
-        at_once = some.size() / 2;
+      const std::size_t searched = SearchPartitions(some);
+      if (searched < some.size()) {
+        at_once = std::max<std::size_t>(1, std::min(some.size() / 2, searched - searched / 4));
         continue;
       }
       for (Record& record : some) {

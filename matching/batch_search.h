@@ -3,8 +3,10 @@
 // one partition after the other. What it finds is what `FindCandidates` finds for each record,
 // ordered by score and `PatientID`, whatever the memory and the threads.
 //
-// The constructor refuses (3251) what the index refuses, before a record is read. Cost: the
-// patients are read once; in partitions, once for every so many records that their candidates fit.
+// The constructor refuses (3251) what the index refuses, before a record is read; in partitions, a
+// later one may be refused by `Run`, after records were told. Cost: the patients are read once; in
+// partitions, once for every so many records that their candidates fit: in a quarter of the memory,
+// or 256 MiB without a limit.
 #pragma once
 
 #include <cstdint>
@@ -65,8 +67,8 @@ class BatchSearch {
   bool ReadRecords(Recordset& abstracts, std::vector<Record>& records);
   void NameFields(const Recordset& abstracts);
   void ReadPartition();
-  bool SearchPartitions(std::span<Record> records);
-  bool SearchPartition(std::span<Record> records);
+  std::size_t SearchPartitions(std::span<Record> records);
+  std::size_t SearchPartition(std::span<Record> records);
   void SearchOne(IndexSearch& search, Record& record) const;
 
   std::shared_ptr<Connection> connection_;

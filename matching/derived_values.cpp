@@ -1,6 +1,7 @@
 #include "matching/derived_values.h"
 
 #include <algorithm>
+#include <exception>
 #include <string>
 #include <thread>
 #include <utility>
@@ -91,16 +92,22 @@ void DerivedValues::Derive(const PatientRows::Column& column, std::vector<Code> 
   for (std::size_t from = 0; from < values.size(); from += kAtOnce) {
     const auto some = std::span(values).subspan(from, std::min(kAtOnce, values.size() - from));
     results.assign(some.size(), {});
+    std::exception_ptr error;
     const std::size_t half = threads > 1 && some.size() > kWorthAThread ? some.size() / 2 : 0;
     {
       std::jthread other;
       if (half != 0) {
         other = std::jthread([&, half] {
-          Evaluate(expression_, column, some.first(half), std::span(results).first(half));
+          try {
+            Evaluate(expression_, column, some.first(half), std::span(results).first(half));
+          } catch (...) {
+            error = std::current_exception();
+          }
         });
       }
       Evaluate(expression_, column, some.subspan(half), std::span(results).subspan(half));
     }
+    if (error) std::rethrow_exception(error);
     for (std::size_t i = 0; i < some.size(); ++i) {
       const Result& result = results[i];
       Code code = result.failed ? kFailed : 0;

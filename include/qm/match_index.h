@@ -82,8 +82,9 @@ struct MatchManyOptions {
 };
 
 /// Searches for each row of `abstracts`, from the current one to the end, and tells the matches in
-/// that order, each row's by its place from 0. Cost: the patients are read once, or once for every
-/// so many records that their matches fit the limit.
+/// that order, each row's by its place from 0. Refusals are those of the index, before a record is
+/// told; in partitions also later. Cost: the patients are read once, or once for every so many
+/// records that their matches fit the limit.
 QM_API void MatchMany(
     const std::shared_ptr<Connection>& connection, Recordset& abstracts,
     const std::function<void(std::int64_t place, std::span<const Match> matches)>& found,
