@@ -124,10 +124,14 @@ class MatchCommand {
     }
     if (!arguments_.with_declined) declined_ = DeclinedPairs();
     const std::int64_t total = CountAbstracts(registry);
-    if (total * kPatientsOfARecord < Count(matching, "Patients") ||
-        !MatchInMemory(matching, *abstracts, *id)) {
-      MatchOneByOne(matching, *abstracts, total, *id);
+    std::int64_t done = 0;
+    if (IsWorthReadingAll(matching, total) && !MatchInMemory(matching, *abstracts, *id, done)) {
+      abstracts->Close();
+      abstracts->Open("SELECT * FROM Abstracts" + Selection(), registry, kOpenForwardOnly,
+                      kLockReadOnly);
+      for (std::int64_t i = 0; i < done && !abstracts->Eof(); ++i) abstracts->MoveNext();
     }
+    MatchOneByOne(matching, *abstracts, total, *id, done);
     results_.Finish();
   }
 
@@ -164,10 +168,26 @@ class MatchCommand {
     return ToInt32(connection->Execute("SELECT count(*) FROM " + table)->Value(0));
   }
 
+  // No more patients are counted than decide, where the engine can do that.
+  bool IsWorthReadingAll(const std::shared_ptr<Connection>& matching, std::int64_t total) const {
+    if (arguments_.abstract) return false;
+    const std::int64_t most = total * kPatientsOfARecord;
+    const std::string few = "(SELECT 1 FROM Patients LIMIT " + std::to_string(most + 1) + ") few";
+    for (const std::string& patients : {few, std::string("Patients")}) {
+      try {
+        return Count(matching, patients) <= most;
+      } catch (const Error&) {
+        continue;  // one by one, a lack is told in its own words
+      }
+    }
+    return false;
+  }
+
+  // From the current one to the end.
   void MatchOneByOne(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
-                     std::int64_t total, std::int32_t& id) {
+                     std::int64_t total, std::int32_t& id, std::int64_t done) {
+    if (abstracts.Eof()) return;
     ProgressBar bar("matching");
-    std::int64_t done = 0;
     std::vector<std::string> shown(kShown.size());
     for (const Recordset& abstract : abstracts.Rows()) {
       id = ToInt32(abstract.Value("AbsRefID"));
@@ -180,27 +200,33 @@ class MatchCommand {
     }
   }
 
-  // False, with nothing done, when the registry's own way of blocking cannot be had in memory.
+  // False, with so many done, when the registry's own way of blocking cannot be had in memory, or
+  // anything failed: then one by one it fails in its own words, or not at all.
   bool MatchInMemory(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
-                     std::int32_t& id) {
+                     std::int32_t& id, std::int64_t& done) {
     ProgressBar bar("matching");
+    bool writes = false;
     BatchOptions options;
     options.candidates = SearchOptions();
     options.memory = arguments_.memory << 20U;
     options.shown.assign(kShown.begin(), kShown.end());
     options.reading =
-        options.searching = [&](std::int64_t done, std::int64_t total) { bar.Show(done, total); };
-    std::optional<BatchSearch> search;
+        options.searching = [&](std::int64_t some, std::int64_t all) { bar.Show(some, all); };
     try {
-      search.emplace(matching, std::move(options));
-    } catch (const Error& error) {
-      if (error.number() != kErrNotSupported) throw;
+      BatchSearch(matching, std::move(options))
+          .Run(abstracts, [&](const BatchSearch::Record& record) {
+            const auto& candidates = record.Candidates();
+            id = ToInt32(Variant(record.Shown()[0]));
+            writes = true;
+            WriteMatches(id, record.Shown(), candidates);
+            writes = false;
+            ++done;
+          });
+    } catch (const Error&) {
+      if (writes) throw;
+      id = 0;
       return false;
     }
-    search->Run(abstracts, [&](const BatchSearch::Record& record) {
-      id = ToInt32(Variant(record.Shown()[0]));
-      WriteMatches(id, record.Shown(), record.Candidates());
-    });
     return true;
   }
 
