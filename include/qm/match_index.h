@@ -17,9 +17,10 @@
 // can still reach the cut-off. With a rule that reads several columns, or the clock, or that fails
 // for some patient, every candidate is scored.
 //
-// Many threads may search at once; a refresh waits for them. It refuses (3251) blocking columns
-// that are no plain column of the patients, hold other values than text, or are not compared
-// binary.
+// Many threads may search at once; a refresh waits for them, and later searches for it. It refuses
+// (3251) blocking columns that are no plain column of the patients, hold other values than text, or
+// are not compared binary, and a `PatientID` that is no 32-bit number; so does a refresh, which
+// then leaves that patient as it was.
 #pragma once
 
 #include <cstdint>
