@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <random>
+#include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "matching/batch_search.h"
@@ -214,17 +217,100 @@ TEST(BatchSearch, FindsWhatTheDatabaseFindsInAnyMemory) {
   }
 }
 
+constexpr const char* kManyPatients =
+    "WITH RECURSIVE n(i) AS (SELECT 2 UNION ALL SELECT i + 1 FROM n WHERE i < 1500) "
+    "INSERT INTO Patients (PatientID, lastname, city, town) SELECT i, '', '', '' FROM n;";
+
 TEST(MatchIndex, RefusesBlockingThatItCannotDo) {
+  const struct {
+    const char* column;
+    const char* change;
+    std::int32_t number;
+  } cases[] = {{"lastname", "", 0},
+               {"city", "", 0},  // nothing that it could compare otherwise
+               {"city", "UPDATE Patients SET city = 'Rome' WHERE PatientID = 1500", 3251},
+               {"town", "UPDATE Patients SET town = '12' WHERE PatientID = 1500", 3251},
+               {"lastname", "UPDATE Patients SET lastname = x'4C4545' WHERE PatientID = 9", 3251},
+               {"lastname", "UPDATE Patients SET lastname = 'L' || char(0) || 'E'", 0},
+               {"lastname", "UPDATE Patients SET PatientID = 3000000000 WHERE PatientID = 9", 3251},
+               {"room", "", 3251},
+               {"lower(lastname)", "", 3251},
+               {"7lastname", "", 3251}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(std::string(each.column) + ": " + each.change);
+    MatchRegistry registry;
+    registry.ChangeRegistry(
+        "ALTER TABLE Patients ADD COLUMN room INTEGER; ALTER TABLE Patients ADD COLUMN city TEXT "
+        "COLLATE NOCASE; ALTER TABLE Patients ADD COLUMN town TEXT COLLATE RTRIM;"
+        "INSERT INTO Patients (PatientID, lastname, room) VALUES (1, 'LEE', 7);");
+    registry.ChangeRegistry(kManyPatients);
+    registry.ChangeRegistry(each.change);
+    registry.Fill("tblBlockingParameters",
+                  std::string("('lastname', '") + each.column + "', NULL)");
+    const auto make = [&] { MatchIndex index(registry.database); };
+    if (each.number == 0) {
+      EXPECT_NO_THROW(make());
+    } else {
+      EXPECT_EQ(Raises(make).number, each.number);
+    }
+  }
+}
+
+// What it refuses to take in leaves it as it was, and searches without end let it go on.
+TEST(MatchIndex, RefreshesAmongSearches) {
   MatchRegistry registry;
-  registry.ChangeRegistry(
-      "ALTER TABLE Patients ADD COLUMN room INTEGER; ALTER TABLE Patients ADD COLUMN city TEXT "
-      "COLLATE NOCASE; ALTER TABLE Patients ADD COLUMN town TEXT COLLATE RTRIM;"
-      "INSERT INTO Patients (PatientID, lastname, room, city, town) VALUES (1, 'LEE', 7, 'Rome', "
-      "'ROMA')");
-  for (const char* column : {"room", "city", "town", "lower(lastname)", "7lastname"}) {
-    registry.Fill("tblBlockingParameters", std::string("('lastname', '") + column + "', NULL)");
-    EXPECT_EQ(Raises([&] { MatchIndex index(registry.database); }).number, kErrNotSupported)
-        << column;
+  registry.ChangeRegistry("INSERT INTO Patients (PatientID, lastname) VALUES (1, 'LEE')");
+  registry.Fill("tblBlockingParameters", "('lastname', 'lastname', NULL)");
+  registry.LoadRules("('lastname', 20, NULL, 1, 0)");
+  MatchIndex index(registry.database);
+  const auto search = [&] { return TextOf(index.Search([](auto) { return "LEE"; })); };
+  std::atomic<bool> ends{false};
+  {
+    const auto search_on = [&] {
+      while (!ends) search();
+    };
+    const std::jthread one(search_on);
+    const std::jthread other(search_on);
+    const std::jthread third(search_on);
+    for (int i = 0; i < 20; ++i) index.Refresh(registry.database, 1);
+    ends = true;
+  }
+  registry.ChangeRegistry("UPDATE Patients SET lastname = x'4C4545'");
+  EXPECT_EQ(Raises([&] { index.Refresh(registry.database, 1); }).number, kErrNotSupported);
+  EXPECT_EQ(search(), ", 1:20");
+  registry.ChangeRegistry("DELETE FROM Patients");
+  index.Refresh(registry.database, 1);
+  EXPECT_EQ(search(), "");
+}
+
+TEST(MatchIndex, FailsInTheWordsOfTheDatabaseAndWithNoValue) {
+  MatchRegistry registry;
+  registry.ChangeRegistry("INSERT INTO Patients (PatientID, lastname) VALUES (1, 'LEE')");
+  const struct {
+    const char* block;
+    const char* rule;
+    const char* lastname;
+  } cases[] = {{"", "('<<lastname>>', 20, NULL, 1, 0)", "'ELLIOTT'"},
+               {"('<<lastname>>', 'lastname', NULL)", "", "'ELLIOTT'"},
+               {"('nosuch', 'lastname', NULL)", "", "'ELLIOTT'"},
+               {"('lastname', 'lastname', NULL)", "", "'ELL' || char(0) || 'IOTT'"}};
+  for (const auto& each : cases) {
+    registry.Fill("tblBlockingParameters", each.block);
+    registry.LoadRules(each.rule);
+    const auto abstract = registry.Row(std::string(each.lastname) + " AS lastname");
+    CandidateOptions options;
+    options.escape_quotes = true;
+    const auto expected = Raises([&] { FindCandidates(registry.database, *abstract, options); });
+    const MatchIndex index(registry.database);
+    const auto raised = Raises([&] { index.Search(*abstract); });
+    EXPECT_EQ(raised.number, expected.number);
+    EXPECT_EQ(raised.source, expected.source);
+    EXPECT_EQ(raised.description, expected.description);
+    EXPECT_EQ(raised.description.find("ELL"), std::string::npos);
+    const auto row = registry.Row(std::string(each.lastname) + " AS lastname");
+    const auto found = [](std::int64_t, std::span<const Match>) {};
+    EXPECT_EQ(Raises([&] { MatchMany(registry.database, *row, found); }).description,
+              expected.description);
   }
 }
 
