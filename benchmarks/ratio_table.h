@@ -14,8 +14,12 @@ namespace qm::bench {
 
 using Work = std::function<void(benchmark::State&)>;
 
+/// Processor time is not disturbed by other work on the machine; by the wall counts what another
+/// process does for both sides.
+enum class Clock { kProcessor, kWall };
+
 /// Registers both sides. Each sets the number of units that it did (`SetItemsProcessed`).
-void Compare(const std::string& name, Work library, Work by_hand);
+void Compare(const std::string& name, Work library, Work by_hand, Clock clock = Clock::kProcessor);
 
 class RatioTable : public benchmark::BenchmarkReporter {
  public:

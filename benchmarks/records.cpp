@@ -7,9 +7,12 @@
 #include <qm/registry_setup.h>
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <unordered_map>
@@ -36,6 +39,7 @@ class BenchRegistry {
     session_.SetRegistry(Open("registry.db"));
     session_.SetControl(Open("control.db"));
     const std::string incoming = (folder_ / "incoming.txt").string();
+    session_.Registry()->SetStatementObserver([this](std::string_view text) { seen_(text); });
     {
       std::ofstream lines(incoming);
       std::ofstream truth(folder_ / "truth.csv");
@@ -44,6 +48,11 @@ class BenchRegistry {
       GenerateRegistry(session_.Registry(), *QMDataSets().GetNAACCRLayout(), options, lines, truth);
     }
     Importer().ImportFile(incoming);
+    std::ifstream lines(incoming);
+    for (std::string line; std::getline(lines, line);) {
+      std::replace(line.begin(), line.end(), '\'', ' ');  // which would break a statement
+      records.push_back(line);
+    }
     layout = data_sets.GetNAACCRLayout();
     for (std::int16_t i = 1; i <= layout->FieldsCount(); ++i) {
       if (layout->FieldAbsTable(i) == 1 && layout->FieldType(i) != "X") primary_fields.push_back(i);
@@ -58,11 +67,22 @@ class BenchRegistry {
   BenchRegistry& operator=(const BenchRegistry&) = delete;
 
   std::string File() const { return (folder_ / "registry.db").string(); }
+  std::string ControlFile() const { return (folder_ / "control.db").string(); }
+  Connection& Registry() { return *session_.Registry(); }
+  /// What the registry's connection is given, in their order, while `work` runs.
+  std::vector<std::string> StatementsOf(const std::function<void()>& work) {
+    std::vector<std::string> statements;
+    seen_ = [&](std::string_view text) { statements.emplace_back(text); };
+    work();
+    seen_ = [](std::string_view) {};
+    return statements;
+  }
   Abstract All() { return data_sets.GetAbstract(kNoId, kNoId, kNoId, "AbsRefID > 0"); }
 
   QMDataSets data_sets;
   std::shared_ptr<NAACCRLayout> layout;
   std::vector<std::int16_t> primary_fields;
+  std::vector<std::string> records;  ///< fixed-width, without line ends
 
  private:
   std::shared_ptr<Connection> Open(const char* file) {
@@ -71,6 +91,7 @@ class BenchRegistry {
 
   fs::path folder_;
   QMConnection session_;
+  std::function<void(std::string_view)> seen_ = [](std::string_view) {};
 };
 
 // The work by hand: statements prepared once and used again.
@@ -94,6 +115,14 @@ class ByHand {
   void Run(sqlite3_stmt* statement) {
     if (sqlite3_step(statement) != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(db_));
     sqlite3_reset(statement);
+  }
+  /// Prepares, runs and forgets it.
+  void RunOnce(const std::string& text) {
+    sqlite3_stmt* statement = nullptr;
+    Check(sqlite3_prepare_v2(db_, text.c_str(), static_cast<int>(text.size()) + 1, &statement,
+                             nullptr));
+    Run(statement);
+    sqlite3_finalize(statement);
   }
   /// The row of a key, which is the statement's only parameter.
   sqlite3_stmt* RowOf(const std::string& text, int key) {
@@ -286,6 +315,148 @@ void CompareEdits(BenchRegistry& registry, ByHand& hand) {
       });
 }
 
+// The rows of the field table into memory: numbers as numbers, all else as texts.
+void CompareLayoutLoads(BenchRegistry& registry, ByHand& control) {
+  const std::string query = "Select * from " + registry.layout->ControlTable() +
+                            " where CTL_Array_vlm = -1 order by ColumnStart";
+  Compare(
+      "layout load, " + std::to_string(registry.layout->FieldsCount()) + " items",
+      [](benchmark::State& state) {
+        for (auto _ : state) benchmark::DoNotOptimize(QMDataSets().GetNAACCRLayout());
+        state.SetItemsProcessed(state.iterations());
+      },
+      [&control, query](benchmark::State& state) {
+        struct Value {
+          std::int64_t number = 0;
+          std::string text;
+        };
+        for (auto _ : state) {
+          std::vector<std::vector<Value>> rows;
+          sqlite3_stmt* row = control.Prepare(query);
+          while (sqlite3_step(row) == SQLITE_ROW) {
+            auto& values = rows.emplace_back(static_cast<std::size_t>(sqlite3_column_count(row)));
+            for (int i = 0; i < sqlite3_column_count(row); ++i) {
+              Value& value = values[static_cast<std::size_t>(i)];
+              if (sqlite3_column_type(row, i) == SQLITE_INTEGER) {
+                value.number = sqlite3_column_int64(row, i);
+              } else {
+                value.text = Text(row, i);
+              }
+            }
+          }
+          benchmark::DoNotOptimize(rows);
+        }
+        state.SetItemsProcessed(state.iterations());
+      });
+}
+
+constexpr std::int32_t kFirstAdded = 1000001;
+
+// The statements of an abstract, and one of them with places for its values.
+struct AddedAbstract {
+  std::array<std::string, 3> texts;
+  std::array<std::vector<std::string>, 3> values;  ///< behind the key
+};
+
+class AddedAbstracts {
+ public:
+  AddedAbstracts(BenchRegistry& registry, ByHand& hand) : registry_(registry), hand_(hand) {
+    std::int32_t id = kFirstAdded;
+    for (const std::string& record : registry.records) {
+      const auto texts =
+          registry.StatementsOf([&] { registry.data_sets.AddAbstract(record, false, {}, id); });
+      AddedAbstract& added = added_.emplace_back();
+      std::copy_n(texts.begin(), added.texts.size(), added.texts.begin());
+      for (std::size_t t = 0; t < added.texts.size(); ++t) added.values[t] = ValuesOf(t, id);
+      ++id;
+    }
+    Remove();
+  }
+  const std::vector<AddedAbstract>& All() const { return added_; }
+  /// The statement of a table with a place for each value.
+  std::string Shape(std::size_t table) const {
+    const std::string& text = added_.front().texts[table];
+    std::string shape = text.substr(0, text.find(" values (")) + " values (?";
+    for (std::size_t i = 0; i < added_.front().values[table].size(); ++i) shape += ", ?";
+    return shape + ")";
+  }
+  void Remove() {
+    for (const char* table : kTables) {
+      hand_.Run("DELETE FROM " + std::string(table) +
+                " WHERE AbsRefID >= " + std::to_string(kFirstAdded));
+    }
+  }
+
+ private:
+  std::vector<std::string> ValuesOf(std::size_t table, std::int32_t id) {
+    const std::string& text = added_.back().texts[table];
+    const auto open = text.find('(') + 1;
+    sqlite3_stmt* row = hand_.RowOf("SELECT " + text.substr(open, text.find(')') - open) +
+                                        " FROM " + kTables[table] + " WHERE AbsRefID = ?",
+                                    id);
+    std::vector<std::string> values;
+    for (int i = 1; i < sqlite3_column_count(row); ++i) values.push_back(Text(row, i));
+    sqlite3_reset(row);
+    return values;
+  }
+
+  BenchRegistry& registry_;
+  ByHand& hand_;
+  std::vector<AddedAbstract> added_;
+};
+
+// A thousand in one transaction.
+void CompareAddAbstract(BenchRegistry& registry, ByHand& hand) {
+  const auto abstracts = std::make_shared<AddedAbstracts>(registry, hand);
+  const auto measure = [abstracts](auto add_all) {
+    return [abstracts, add_all](benchmark::State& state) {
+      for (auto _ : state) {
+        add_all();
+        state.PauseTiming();
+        abstracts->Remove();
+        state.ResumeTiming();
+      }
+      state.SetItemsProcessed(state.iterations() *
+                              static_cast<std::int64_t>(abstracts->All().size()));
+    };
+  };
+  const auto library = measure([&registry] {
+    Transaction transaction(QMConnection().Registry());
+    std::int32_t id = kFirstAdded;
+    for (const std::string& record : registry.records) {
+      registry.data_sets.AddAbstract(record, false, {}, id++);
+    }
+    transaction.Commit();
+  });
+  Compare("AddAbstract, a thousand a transaction", library, measure([abstracts, &hand] {
+            hand.Run("BEGIN IMMEDIATE");
+            for (const AddedAbstract& added : abstracts->All()) {
+              for (const std::string& text : added.texts) hand.RunOnce(text);
+            }
+            hand.Run("COMMIT");
+          }));
+  std::array<std::string, 3> shapes;
+  for (std::size_t t = 0; t < shapes.size(); ++t) shapes[t] = abstracts->Shape(t);
+  Compare("the same, values bound to statements kept", library, measure([abstracts, &hand, shapes] {
+            hand.Run("BEGIN IMMEDIATE");
+            std::int32_t id = kFirstAdded;
+            for (const AddedAbstract& added : abstracts->All()) {
+              for (std::size_t t = 0; t < shapes.size(); ++t) {
+                sqlite3_stmt* insert = hand.Prepare(shapes[t]);
+                int place = 0;
+                sqlite3_bind_int(insert, ++place, id);
+                for (const std::string& value : added.values[t]) {
+                  sqlite3_bind_text(insert, ++place, value.data(), static_cast<int>(value.size()),
+                                    SQLITE_STATIC);
+                }
+                hand.Run(insert);
+              }
+              ++id;
+            }
+            hand.Run("COMMIT");
+          }));
+}
+
 }  // namespace
 
 }  // namespace qm::bench
@@ -297,7 +468,10 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
     BenchRegistry registry;
     ByHand hand(registry.File());
+    ByHand control(registry.ControlFile());
     CompareFieldReads(registry, hand);
+    CompareLayoutLoads(registry, control);
+    CompareAddAbstract(registry, hand);
     CompareMoves(registry, hand);
     CompareMovesWithReads(registry, hand);
     CompareEdits(registry, hand);

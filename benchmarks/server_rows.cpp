@@ -277,15 +277,17 @@ void CompareServerRows(const std::string& engine, const std::string& connection_
   const auto by_hand = [](const std::string& text) {
     return [=](benchmark::State& state) { ReadRowsByHand(state, text); };
   };
-  Compare(engine + ": a row of 100,000, streamed", read(kOpenForwardOnly), by_hand(streaming));
-  Compare(engine + ": a row of 100,000, static", read(kOpenStatic), by_hand(holding));
+  Compare(engine + ": a row of 100,000, streamed", read(kOpenForwardOnly), by_hand(streaming),
+          Clock::kWall);
+  Compare(engine + ": a row of 100,000, static", read(kOpenStatic), by_hand(holding), Clock::kWall);
   for (const bool anew : {false, true}) {
     Compare(
         engine + ": an edit of 1,000 saved" + (anew ? ", rows read anew" : ""),
         [=](benchmark::State& state) {
           SaveEdits(state, connection_string, anew ? kOpenKeyset : kOpenStatic);
         },
-        [=](benchmark::State& state) { SaveEditsByHand(state, holding, same, anew); });
+        [=](benchmark::State& state) { SaveEditsByHand(state, holding, same, anew); },
+        Clock::kWall);
   }
 }
 

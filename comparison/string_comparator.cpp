@@ -8,36 +8,12 @@
 #include <utility>
 #include <vector>
 
+#include "comparison/comparator_formulas.h"
 #include "runtime/text.h"
 
 namespace qm {
 
 namespace {
-
-constexpr double kPrefixThreshold = 0.7;
-constexpr double kPrefixWeight = 0.1;
-constexpr std::size_t kLongestPrefix = 4;
-
-// Pairs of characters that hand and ear confuse.
-constexpr std::array<const char*, 36> kSimilarPairs = {
-    "AE", "AI", "AO", "AU", "BV", "EI", "EO", "EU", "IO", "IU", "OU", "IY",
-    "EY", "CG", "EF", "WU", "WV", "XK", "SZ", "XS", "QC", "UV", "MN", "LI",
-    "QO", "PR", "IJ", "2Z", "5S", "8B", "1I", "1L", "0O", "0Q", "CK", "GJ"};
-constexpr double kSimilarTenths = 3;
-constexpr unsigned kSimilarLimit = 'Z' + 1;
-
-using SimilarTable = std::array<std::array<bool, kSimilarLimit>, kSimilarLimit>;
-
-constexpr SimilarTable MakeSimilarTable() {
-  SimilarTable table{};
-  for (const char* pair : kSimilarPairs) {
-    const auto x = static_cast<unsigned char>(pair[0]);
-    const auto y = static_cast<unsigned char>(pair[1]);
-    table[x][y] = table[y][x] = true;
-  }
-  return table;
-}
-constexpr SimilarTable kSimilar = MakeSimilarTable();
 
 // A zeroed array of a text's length, without an allocation for the usual lengths.
 template <typename T>
@@ -65,25 +41,15 @@ struct Pair {
 };
 
 template <typename Char>
-unsigned Code(Char c) {
-  return static_cast<unsigned>(c);
+std::uint32_t Code(Char c) {
+  return static_cast<std::uint32_t>(c);
 }
-template <typename Char>
-bool IsDigit(Char c) {
-  return c >= Char{'0'} && c <= Char{'9'};
-}
-
-struct Agreement {
-  std::size_t common = 0;
-  std::size_t transposed = 0;
-  std::size_t similar = 0;
-};
 
 // Which characters agree within the window, in order of `a`, each with the first free one of `b`.
 template <typename Char>
 Agreement FindAgreement(const Pair<Char>& pair, bool count_similar) {
   const auto& [a, b] = pair;
-  const std::size_t window = std::max<std::size_t>(pair.longer() / 2, 1) - 1;
+  const std::size_t window = AgreementWindow(a.size(), b.size());
   Scratch<unsigned char> matched_a(a.size());
   Scratch<unsigned char> matched_b(b.size());
   Agreement result;
@@ -106,9 +72,9 @@ Agreement FindAgreement(const Pair<Char>& pair, bool count_similar) {
   result.transposed /= 2;
   if (!count_similar || result.common == pair.shorter()) return result;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (matched_a[i] != 0 || Code(a[i]) >= kSimilarLimit) continue;
+    if (matched_a[i] != 0) continue;
     for (std::size_t k = 0; k < b.size(); ++k) {
-      if (matched_b[k] == 0 && Code(b[k]) < kSimilarLimit && kSimilar[Code(a[i])][Code(b[k])]) {
+      if (matched_b[k] == 0 && AreSimilar(Code(a[i]), Code(b[k]))) {
         matched_b[k] = 1;
         ++result.similar;
         break;
@@ -119,14 +85,8 @@ Agreement FindAgreement(const Pair<Char>& pair, bool count_similar) {
 }
 
 template <typename Char>
-double Jaro(const Pair<Char>& pair, const Agreement& agreement) {
-  if (agreement.common == 0) return 0;
-  const auto common = static_cast<double>(agreement.common);
-  const double credited = kSimilarTenths * static_cast<double>(agreement.similar) / 10 + common;
-  const double in_order = common - static_cast<double>(agreement.transposed);
-  return (credited / static_cast<double>(pair.a.size()) +
-          credited / static_cast<double>(pair.b.size()) + in_order / common) /
-         3;
+double Jaro(const Pair<Char>& pair) {
+  return JaroScore(FindAgreement(pair, false), pair.a.size(), pair.b.size());
 }
 
 template <typename Char>
@@ -134,37 +94,23 @@ std::size_t CommonPrefix(const Pair<Char>& pair, bool stop_at_digit) {
   const std::size_t limit = std::min(kLongestPrefix, pair.shorter());
   std::size_t length = 0;
   while (length < limit && pair.a[length] == pair.b[length] &&
-         !(stop_at_digit && IsDigit(pair.a[length]))) {
+         !(stop_at_digit && IsDigitCode(Code(pair.a[length])))) {
     ++length;
   }
   return length;
 }
 
-double AddPrefix(double score, std::size_t prefix) {
-  return score + kPrefixWeight * static_cast<double>(prefix) * (1 - score);
-}
-
 template <typename Char>
 double JaroWinkler(const Pair<Char>& pair) {
-  const double score = Jaro(pair, FindAgreement(pair, false));
-  return score > kPrefixThreshold ? AddPrefix(score, CommonPrefix(pair, false)) : score;
+  return JaroWinklerScore(Jaro(pair), CommonPrefix(pair, false));
 }
 
 template <typename Char>
 double WinklerFull(const Pair<Char>& pair) {
   const Agreement agreement = FindAgreement(pair, true);
-  double score = Jaro(pair, agreement);
-  if (score <= kPrefixThreshold) return score;
-  const std::size_t prefix = CommonPrefix(pair, true);
-  score = AddPrefix(score, prefix);
-  const std::size_t common = agreement.common;
-  // Long texts that agree in more than the prefix deserve more than their errors cost them.
-  if (pair.shorter() > 4 && common > prefix + 1 && 2 * common >= pair.shorter() + prefix &&
-      !IsDigit(pair.a[0])) {
-    score += (1 - score) * static_cast<double>(common - prefix - 1) /
-             static_cast<double>(pair.a.size() + pair.b.size() - 2 * prefix + 2);
-  }
-  return score;
+  return WinklerFullScore(JaroScore(agreement, pair.a.size(), pair.b.size()), agreement.common,
+                          CommonPrefix(pair, true), pair.a.size(), pair.b.size(),
+                          IsDigitCode(Code(pair.a[0])));
 }
 
 // Insertions, deletions, changes and swaps of neighbours, no stretch edited twice; three rows.
@@ -190,15 +136,14 @@ double AlignmentAgreement(const Pair<Char>& pair) {
     std::swap(before, previous);
     std::swap(previous, current);
   }
-  const auto longer = static_cast<double>(pair.longer());
-  return (longer - static_cast<double>((*previous)[b.size()])) / longer;
+  return DistanceScore((*previous)[b.size()], a.size(), b.size());
 }
 
 template <typename Char>
 double Compare(const Pair<Char>& pair, std::int32_t parameter) {
   switch (parameter) {
     case kJaro:
-      return Jaro(pair, FindAgreement(pair, false));
+      return Jaro(pair);
     case kWinklerFull:
       return WinklerFull(pair);
     case kAlignmentDistance:
@@ -208,8 +153,8 @@ double Compare(const Pair<Char>& pair, std::int32_t parameter) {
   }
 }
 
-// One number a character: its UTF-8 bytes packed, which tells characters apart as well as code
-// points do and leaves ASCII as it is.
+}  // namespace
+
 std::u32string Characters(std::string_view text) {
   std::u32string result;
   result.reserve(text.size());
@@ -224,9 +169,7 @@ std::u32string Characters(std::string_view text) {
   return result;
 }
 
-}  // namespace
-
-double BuiltInCompare(std::string_view a, std::string_view b, std::int32_t parameter) {
+double PlainCompare(std::string_view a, std::string_view b, std::int32_t parameter) {
   if (a.empty() || b.empty()) return 0;
   if (IsAscii(a) && IsAscii(b)) return Compare(Pair<char>{a, b}, parameter);
   const std::u32string wide_a = Characters(a);

@@ -22,22 +22,25 @@ T Take(const char*& at) {
   return value;
 }
 
-Variant TakeValue(const char*& at) {
+void TakeValue(const char*& at, Variant& value) {
   switch (static_cast<VarType>(*at++)) {
     case VarType::kLong:
-      return Take<std::int32_t>(at);
+      value = Take<std::int32_t>(at);
+      return;
     case VarType::kLongLong:
-      return Take<std::int64_t>(at);
+      value = Take<std::int64_t>(at);
+      return;
     case VarType::kDouble:
-      return Take<double>(at);
+      value = Take<double>(at);
+      return;
     case VarType::kString: {
       const auto size = Take<std::uint32_t>(at);
-      std::string text(at, size);
+      value.AssignText({at, size});
       at += size;
-      return text;
+      return;
     }
     default:
-      return Variant::Null();
+      value = Variant::Null();
   }
 }
 
@@ -69,9 +72,8 @@ void PackedRows::Replace(std::size_t index, RowIdentity values) { starts_[index]
 void PackedRows::Read(std::size_t index, Row& row) const {
   const char* at = bytes_.data() + starts_[index];
   const auto count = Take<std::uint32_t>(at);
-  row.clear();
-  row.reserve(count);
-  for (std::uint32_t i = 0; i < count; ++i) row.push_back(TakeValue(at));
+  row.resize(count);
+  for (Variant& value : row) TakeValue(at, value);
 }
 
 }  // namespace qm

@@ -1,5 +1,6 @@
 #include "dataaccess/provider.h"
 
+#include <qm/conversions.h>
 #include <qm/error.h>
 
 #include "dataaccess/data_error.h"
@@ -33,6 +34,24 @@ const ProviderEntry* FindProvider(const ParsedConnectionString& connection) {
 
 bool HasOwnProvider(const ParsedConnectionString& connection) {
   return IsOdbcString(connection) || FindProvider(connection) != nullptr;
+}
+
+int RowShape::Find(std::string_view name) const {
+  if (!named_) {
+    names_.Clear(columns.size());
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      names_.Add(columns[i].name, static_cast<int>(i));
+    }
+    named_ = true;
+  }
+  return names_.Find(name);
+}
+
+std::string_view ProviderStatement::Text(std::size_t column, std::string& room) const {
+  const Variant& value = row_.at(column);
+  if (const auto* text = value.GetIf<std::string>()) return *text;
+  room = ToTextOrEmpty(value);
+  return room;
 }
 
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,

@@ -20,6 +20,7 @@
 
 #include "dataaccess/connection_string.h"
 #include "dataaccess/sql_scanner.h"
+#include "runtime/name_index.h"
 
 namespace qm {
 
@@ -39,11 +40,21 @@ class RowOrigin {
   virtual std::size_t IdentityWidth() const = 0;  ///< number of identity values
 };
 
-/// What the rows of a statement look like.
-struct RowShape {
+/// What the rows of a statement look like. Shared by all that read such rows; it belongs to the
+/// thread of its session.
+class RowShape {
+ public:
+  /// The place of a column, of several of one name the first; -1 when there is none.
+  int Find(std::string_view name) const;
+
   std::vector<Column> columns;
   std::shared_ptr<const RowOrigin> origin;  ///< null: the rows have no identity
+
+ private:
+  mutable NameIndex names_;  // filled when first asked
+  mutable bool named_ = false;
 };
+using RowShapePointer = std::shared_ptr<const RowShape>;
 
 struct ColumnChange {
   std::string column;
@@ -80,7 +91,7 @@ class ProviderStatement {
   /// Runs it, up to its first row.
   virtual void Start() = 0;
   /// Valid after `Start`.
-  virtual const RowShape& Shape() const = 0;
+  virtual const RowShapePointer& Shape() const = 0;
   /// Delivers the next row; false, once and for all, after the last one.
   virtual bool Next(Row& row) = 0;
   /// Rows changed by a statement without rows.
@@ -97,6 +108,12 @@ class ProviderSession {
   /// The isolation level that is in force.
   virtual std::int32_t IsolationLevel() const = 0;
 
+  /// A caller's statement, if the session has prepared one of its form before and knows that the
+  /// text holds one statement alone; else null.
+  virtual std::unique_ptr<ProviderStatement> PrepareKnown(std::string_view /*text*/,
+                                                          bool /*with_identity*/) {
+    return nullptr;
+  }
   /// Prepares a caller's statement; `with_identity` asks for the identity of its rows where the
   /// statement allows it, `stream` tells that its rows are read once and not kept.
   virtual std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
@@ -104,7 +121,7 @@ class ProviderSession {
   /// The statement that reads a whole table in the order of its key, with identity where it can.
   virtual std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) = 0;
   /// The shape of a table's rows, without reading any.
-  virtual RowShape TableShape(std::string_view table) = 0;
+  virtual RowShapePointer TableShape(std::string_view table) = 0;
 
   /// The row as it stands now; false when it is gone. `lock` keeps others from changing it until
   /// the transaction ends, where the transaction itself does not.

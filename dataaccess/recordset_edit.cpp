@@ -10,7 +10,7 @@
 namespace qm {
 
 bool RecordsetImpl::IsUpdatable() const {
-  return lock_type_ != kLockReadOnly && shape_.origin != nullptr;
+  return lock_type_ != kLockReadOnly && shape_->origin != nullptr;
 }
 
 std::int32_t RecordsetImpl::EditMode() const {
@@ -21,8 +21,8 @@ std::int32_t RecordsetImpl::EditMode() const {
 void RecordsetImpl::SetValue(int ordinal, const Variant& value) {
   RequireOrdinal(ordinal);
   const auto at = static_cast<std::size_t>(ordinal);
-  if (!IsUpdatable() || shape_.columns[at].origin.empty()) {
-    RaiseData(kErrNotSupported, "column \"" + shape_.columns[at].name + "\" cannot be written");
+  if (!IsUpdatable() || shape_->columns[at].origin.empty()) {
+    RaiseData(kErrNotSupported, "column \"" + shape_->columns[at].name + "\" cannot be written");
   }
   Variant stored = open_on_->RequireSession().StoredForm(value);
   if (edit_mode_ == kEditAdd) {
@@ -46,11 +46,11 @@ void RecordsetImpl::LockRow() {
   bool unchanged = false;
   try {
     Row now;
-    unchanged = open_on_->RequireSession().ReadRow(*shape_.origin, IdentityOf(row_, *shape_.origin),
-                                                   now, true) &&
+    unchanged = open_on_->RequireSession().ReadRow(*shape_->origin,
+                                                   IdentityOf(row_, *shape_->origin), now, true) &&
                 now.size() == row_.size();
-    for (std::size_t i = 0; unchanged && i < shape_.columns.size(); ++i) {
-      unchanged = shape_.columns[i].origin.empty() || SameStored(now[i], row_[i]);
+    for (std::size_t i = 0; unchanged && i < shape_->columns.size(); ++i) {
+      unchanged = shape_->columns[i].origin.empty() || SameStored(now[i], row_[i]);
     }
   } catch (...) {
     ForgetEdit();
@@ -93,11 +93,11 @@ void RecordsetImpl::WriteChanges() {
   changes.reserve(pending_.size());
   for (const auto& [ordinal, value] : pending_) {
     const auto at = static_cast<std::size_t>(ordinal);
-    changes.push_back({shape_.columns[at].origin, row_[at], value});
+    changes.push_back({shape_->columns[at].origin, row_[at], value});
   }
   open_on_->PrepareToWrite();
-  const auto identity = std::span<Variant>(row_).last(shape_.origin->IdentityWidth());
-  if (!open_on_->RequireSession().UpdateRow(*shape_.origin, identity, changes)) {
+  const auto identity = std::span<Variant>(row_).last(shape_->origin->IdentityWidth());
+  if (!open_on_->RequireSession().UpdateRow(*shape_->origin, identity, changes)) {
     rows_->Distrust();
     RaiseData(kErrRowChanged);
   }
@@ -113,15 +113,15 @@ void RecordsetImpl::InsertNew() {
   std::vector<ColumnChange> values;
   values.reserve(pending_.size());
   for (const auto& [ordinal, value] : pending_) {
-    values.push_back({shape_.columns[static_cast<std::size_t>(ordinal)].origin, {}, value});
+    values.push_back({shape_->columns[static_cast<std::size_t>(ordinal)].origin, {}, value});
   }
   open_on_->PrepareToWrite();
   ProviderSession& session = open_on_->RequireSession();
-  const Row identity = session.InsertRow(*shape_.origin, values);
+  const Row identity = session.InsertRow(*shape_->origin, values);
   pending_.clear();
   edit_mode_ = kEditNone;
   // The engine may have filled in defaults, or a trigger have taken the row away.
-  const bool there = session.ReadRow(*shape_.origin, identity, row_, false);
+  const bool there = session.ReadRow(*shape_->origin, identity, row_, false);
   if (there) rows_->Added(row_);
   Settle(there ? Moved::kRow : Moved::kDeleted, true);
 }

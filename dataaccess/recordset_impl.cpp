@@ -136,19 +136,23 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
   ProviderSession& session = connection.RequireSession();
   connection.Observe(source_);
   if (!NamesTable(options_)) {
-    RequireSingleStatement(source_, session.Quoting());
     const bool by_identity = cursor_location_ == kUseServer &&
                              (cursor_type_ == kOpenKeyset || cursor_type_ == kOpenDynamic);
     const bool stream = cursor_location_ != kUseClient && cursor_type_ == kOpenForwardOnly;
-    return RunStatement(
-        connection, session.Prepare(source_, by_identity || lock_type_ != kLockReadOnly, stream));
+    const bool with_identity = by_identity || lock_type_ != kLockReadOnly;
+    auto statement = session.PrepareKnown(source_, with_identity);
+    if (!statement) {
+      RequireSingleStatement(source_, session.Quoting());
+      statement = session.Prepare(source_, with_identity, stream);
+    }
+    return RunStatement(connection, std::move(statement));
   }
   if (options_ == kCommandTableDirect && max_records_ == 0) {
-    RowShape shape = session.TableShape(source_);
-    if (shape.origin) {
-      auto order = session.FindOrder(shape, index_);
+    RowShapePointer shape = session.TableShape(source_);
+    if (shape->origin) {
+      auto order = session.FindOrder(*shape, index_);
       if (order == nullptr) RaiseData(kErrNoSuchItem, "index \"" + index_ + "\"");
-      auto rows = MakePageSource(session, shape.origin, std::move(order));
+      auto rows = MakePageSource(session, shape->origin, std::move(order));
       return {std::move(shape), std::move(rows)};
     }
   }
@@ -160,13 +164,13 @@ RecordsetImpl::Opened RecordsetImpl::RunStatement(
   const bool writes = statement->Writes();
   if (writes) connection.PrepareToWrite();
   statement->Start();
-  if (!statement->HasRows()) return {{}, nullptr, statement->RowsAffected()};
+  if (!statement->HasRows()) return {nullptr, nullptr, statement->RowsAffected()};
   Opened opened{statement->Shape(), nullptr};
   const bool client = cursor_location_ == kUseClient;
   if (writes || (cursor_type_ == kOpenForwardOnly && !client)) {
     opened.rows = MakeStreamSource(std::move(statement), max_records_);
     if (writes) opened.rows->Detach();
-  } else if (client || cursor_type_ == kOpenStatic || !opened.shape.origin) {
+  } else if (client || cursor_type_ == kOpenStatic || !opened.shape->origin) {
     opened.rows = MakeSnapshotSource(*statement, max_records_);
   } else {
     opened.rows = MakeKeysetSource(connection.RequireSession(), *statement, max_records_);
@@ -177,7 +181,6 @@ RecordsetImpl::Opened RecordsetImpl::RunStatement(
 void RecordsetImpl::Adopt(Opened opened) {
   shape_ = std::move(opened.shape);
   rows_ = std::move(opened.rows);
-  names_.Assign(shape_.columns);
   opening_ = ++openings;
   const Moved moved = rows_->First(row_);
   if (moved == Moved::kEnd) {
@@ -205,7 +208,7 @@ void RecordsetImpl::CloseWithConnection() noexcept { Release(); }
 void RecordsetImpl::Release() noexcept {
   ForgetEdit();
   rows_.reset();
-  shape_ = {};
+  shape_.reset();
   row_.clear();
   ShowEmpty();
   if (open_on_) open_on_->Unregister(this);
@@ -225,8 +228,8 @@ void RecordsetImpl::Settle(Moved moved, bool forward) {
   deleted_ = moved == Moved::kDeleted;
   eof_ = moved == Moved::kEnd && forward;
   bof_ = moved == Moved::kEnd && !forward;
-  const std::size_t hidden = shape_.origin ? shape_.origin->IdentityWidth() : 0;
-  if (moved == Moved::kRow && row_.size() != shape_.columns.size() + hidden) {
+  const std::size_t hidden = shape_->origin ? shape_->origin->IdentityWidth() : 0;
+  if (moved == Moved::kRow && row_.size() != shape_->columns.size() + hidden) {
     throw Error(kErrEngine, "QMDataObjects2.DataAccess",
                 "The columns of the table are not those that it was opened with");
   }
@@ -288,24 +291,24 @@ std::int64_t RecordsetImpl::RecordCount() const {
 
 int RecordsetImpl::FieldCount() const {
   RequireOpen();
-  return static_cast<int>(shape_.columns.size());
+  return static_cast<int>(shape_->columns.size());
 }
 
 void RecordsetImpl::RequireOrdinal(int ordinal) const {
   RequireOpen();
-  if (ordinal < 0 || ordinal >= static_cast<int>(shape_.columns.size())) {
+  if (ordinal < 0 || ordinal >= static_cast<int>(shape_->columns.size())) {
     RaiseData(kErrNoSuchItem, "column " + std::to_string(ordinal));
   }
 }
 
 const std::string& RecordsetImpl::FieldName(int ordinal) const {
   RequireOrdinal(ordinal);
-  return shape_.columns[static_cast<std::size_t>(ordinal)].name;
+  return shape_->columns[static_cast<std::size_t>(ordinal)].name;
 }
 
 int RecordsetImpl::FieldOrdinal(std::string_view name) const {
   RequireOpen();
-  return names_.Find(name);
+  return shape_->Find(name);
 }
 
 void RecordsetImpl::RequireRow() const {

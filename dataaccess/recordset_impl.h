@@ -9,7 +9,6 @@
 
 #include <qm/recordset.h>
 
-#include "dataaccess/column_names.h"
 #include "dataaccess/connection_impl.h"
 #include "dataaccess/row_source.h"
 #include "dataaccess/thread_guard.h"
@@ -80,7 +79,7 @@ class RecordsetImpl final : public Recordset {
 
  private:
   struct Opened {
-    RowShape shape;
+    RowShapePointer shape;
     std::unique_ptr<RowSource> rows;  // none after a statement without rows
     std::int64_t rows_affected = -1;
   };
@@ -125,8 +124,7 @@ class RecordsetImpl final : public Recordset {
 
   // While open.
   std::shared_ptr<ConnectionImpl> open_on_;
-  RowShape shape_;
-  ColumnNames names_;
+  RowShapePointer shape_;
   std::unique_ptr<RowSource> rows_;
   std::int64_t opening_ = 0;
   Row row_;

@@ -122,7 +122,7 @@ void RecordsetImpl::SetIndex(std::string_view name) {
   if (rows_) {
     RequireOpen();
     if (!rows_->HasOrder()) RaiseData(kErrNotSupported);
-    const auto order = open_on_->RequireSession().FindOrder(shape_, name);
+    const auto order = open_on_->RequireSession().FindOrder(*shape_, name);
     if (order == nullptr) RaiseData(kErrNoSuchItem, "index \"" + std::string(name) + "\"");
     rows_->SetOrder(order, row_);
   }

@@ -66,11 +66,11 @@ class SnapshotSource : public HeldSource {
 class KeysetSource : public HeldSource {
  public:
   KeysetSource(ProviderSession& session, ProviderStatement& statement, std::int64_t limit)
-      : session_(session), origin_(statement.Shape().origin) {
+      : session_(session), origin_(statement.Shape()->origin) {
     Row row;
     while ((limit == 0 || Count() < limit) && statement.Next(row)) {
-      if (held_.size() == 0) first_ = row;
       held_.Append(IdentityOf(row, *origin_));
+      if (held_.size() == 1) first_.swap(row);
     }
   }
   void Replaced(const Row& row) override { held_.Replace(at_, IdentityOf(row, *origin_)); }

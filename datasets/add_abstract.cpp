@@ -3,6 +3,7 @@
 
 #include <qm/data_sets.h>
 
+#include "datasets/abstract_inserts.h"
 #include "datasets/data_sets_state.h"
 #include "datasets/record_values.h"
 #include "layout/field_format.h"
@@ -33,9 +34,10 @@ std::string StoredDate(std::string_view columns) {
 RecordValues CutRecord(const NAACCRLayout& layout, std::string_view record) {
   const RecordColumns columns(record);
   const auto fields = LayoutAccess::Arrays(layout);
+  const std::int16_t count = layout.FieldsCount();
   RecordValues values;
-  values.reserve(static_cast<std::size_t>(layout.FieldsCount()));
-  for (std::int16_t i = 1; i <= layout.FieldsCount(); ++i) {
+  values.reserve(static_cast<std::size_t>(count));
+  for (std::int16_t i = 1; i <= count; ++i) {
     const auto k = static_cast<std::size_t>(i);
     if (fields->sField_Type[k] == "X" || EqualsIgnoreCase(fields->sField_Name[k], "AbsRefID")) {
       continue;
@@ -43,34 +45,42 @@ RecordValues CutRecord(const NAACCRLayout& layout, std::string_view record) {
     const auto value = Trim(columns.Cut(fields->iField_Start[k], fields->iField_Len[k]));
     if (fields->sField_Just[k] == "D") {
       values.emplace_back(i, StoredDate(value));
-    } else if (value.empty()) {
-      values.emplace_back(i, std::string());
     } else {
-      values.emplace_back(i, PadValue(value, fields->sField_Just[k], fields->iField_Len[k]));
+      std::string& kept = values.emplace_back(i, std::string()).second;
+      if (!value.empty()) AppendPadded(kept, value, fields->sField_Just[k], fields->iField_Len[k]);
     }
   }
   return values;
 }
 
-// Values stand in the statements as they are, so one with an apostrophe breaks its statement.
+void InsertAbstractRows(const NAACCRLayout& layout, const RecordValues& values, std::int32_t key) {
+  std::vector<const std::string*> by_field(static_cast<std::size_t>(layout.FieldsCount()) + 1);
+  for (const auto& [index, value] : values) At(by_field, index) = &value;
+  std::array<std::string, kAbstractTables> statements;
+  for (int table = 1; table <= kAbstractTables; ++table) {
+    const ColumnList& list = AbstractColumns(layout, table);
+    std::string& statement = At(statements, table - 1);
+    constexpr std::size_t kShortValue = 12;
+    statement.reserve(list.columns.size() + kShortValue * list.fields.size() + 100);
+    statement.append("INSERT INTO ").append(TableName(kAbstractFamily.table, table));
+    statement.append(" (").append(list.columns).append(") values (").append(std::to_string(key));
+    for (const std::int16_t index : list.fields) {
+      statement += ", '";
+      if (const std::string* value = At(by_field, index)) statement += *value;
+      statement += '\'';
+    }
+    statement += ')';
+  }
+  const auto& registry = CurrentSession().gcnRegistry.Get();
+  for (const std::string& statement : statements) registry->Execute(statement);
+}
+
 std::optional<Abstract> QMDataSets::AddAbstract(std::string_view strNAACCRRec,
                                                 bool /*blnUseDefaultProject*/,
                                                 std::span<const std::int16_t> /*importprojects*/,
                                                 std::int32_t AbsRefID) {
   const NAACCRLayout& layout = *state_->Layout();
-  std::vector<std::string> by_field(static_cast<std::size_t>(layout.FieldsCount()) + 1);
-  for (auto& [index, value] : CutRecord(layout, strNAACCRRec)) At(by_field, index).swap(value);
-  std::array<std::string, kAbstractTables> statements;
-  for (int table = 1; table <= kAbstractTables; ++table) {
-    const ColumnList& list = AbstractColumns(layout, table);
-    std::string& statement = At(statements, table - 1);
-    statement = "INSERT INTO " + TableName(kAbstractFamily.table, table) + " (" + list.columns +
-                ") values (" + std::to_string(AbsRefID);
-    for (const std::int16_t index : list.fields) statement += ", '" + At(by_field, index) + "'";
-    statement += ")";
-  }
-  const auto& registry = CurrentSession().gcnRegistry.Get();
-  for (const std::string& statement : statements) registry->Execute(statement);
+  InsertAbstractRows(layout, CutRecord(layout, strNAACCRRec), AbsRefID);
   return std::nullopt;
 }
 

@@ -70,9 +70,8 @@ Variant PlusOne(const Variant& value) {
   return is_long ? Variant(static_cast<std::int32_t>(next)) : Variant(next);
 }
 
-bool BeginTakesTheWriteLock(const std::shared_ptr<Connection>& registry) {
-  const auto own = std::dynamic_pointer_cast<ConnectionImpl>(registry);
-  return !own || own->RequireSession().BeginTakesTheWriteLock();
+bool BeginTakesTheWriteLock(const ConnectionImpl* registry) {
+  return registry == nullptr || registry->RequireSession().BeginTakesTheWriteLock();
 }
 
 // The transaction of one pass. Taking the write lock before the counter is read makes users who
@@ -85,7 +84,9 @@ class PassTransaction {
   PassTransaction(std::shared_ptr<Connection> registry, const std::string& sql)
       : registry_(std::move(registry)) {
     if (registry_->State() != kStateOpen) return;
-    if (!BeginTakesTheWriteLock(registry_)) {
+    const auto* own = dynamic_cast<const ConnectionImpl*>(registry_.get());
+    if (own != nullptr && own->RequireSession().InTransaction()) return;
+    if (!BeginTakesTheWriteLock(own)) {
       ErrorState unheeded;
       unheeded.Run([&] {
         registry_->BeginTrans();

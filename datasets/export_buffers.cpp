@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <qm/conversions.h>
 #include <qm/data_sets.h>
@@ -29,9 +30,9 @@ bool IsEmptyInTable(Record& record, const Variant& name) {
 // Nothing for a Null. Formatting is on.
 std::optional<std::string> ValueOf(Record& record, std::string_view field_name, EmptyItems empty) {
   const Variant name(field_name);
-  const Variant value = record.Fields(name);
+  Variant value = record.Fields(name);
   if (value.IsNull()) return std::nullopt;
-  std::string text = ToText(value);
+  std::string text = ToText(std::move(value));
   const bool zeros = !text.empty() && text.find_first_not_of('0') == std::string::npos;
   if (empty == EmptyItems::kBlank && zeros && IsEmptyInTable(record, name)) text.clear();
   return text;

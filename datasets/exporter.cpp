@@ -11,6 +11,7 @@
 #include "datasets/export_file.h"
 #include "datasets/import_layouts.h"
 #include "datasets/import_source.h"
+#include "datasets/import_text.h"
 #include "records/record_family.h"
 #include "runtime/text.h"
 #include "session/session_state.h"
@@ -49,13 +50,8 @@ std::int64_t CountRows(const RecordFamily& family) {
 
 // What an import would take for the end of a record or refuse.
 void BlankControlCharacters(std::string& text) {
-  std::replace_if(
-      text.begin(), text.end(),
-      [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20U && c != '\t') || byte == 0x7FU;
-      },
-      ' ');
+  if (!HasControlCharacter(text)) return;
+  std::replace_if(text.begin(), text.end(), IsControlCharacter, ' ');
 }
 
 // Selecting by a condition finds any identifier, also those that mean "not given".

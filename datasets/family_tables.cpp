@@ -22,11 +22,13 @@ const std::string& ValueOf(const RecordValues& values, std::int16_t field) {
 }  // namespace
 
 std::shared_ptr<Recordset> OpenFamilyTable(const RecordFamily& family, int table,
-                                           std::string_view condition) {
+                                           std::string_view condition, std::string_view columns) {
   const auto& registry = CurrentSession().gcnRegistry.Get();
   auto rows = registry->CreateRecordset();
-  rows->Open("SELECT * FROM " + TableName(family.table, table) + " WHERE " + std::string(condition),
-             registry, kOpenKeyset, kLockOptimistic);
+  std::string query("SELECT ");
+  query.append(columns).append(" FROM ").append(TableName(family.table, table));
+  query.append(" WHERE ").append(condition);
+  rows->Open(query, registry, kOpenKeyset, kLockOptimistic);
   return rows;
 }
 

@@ -15,9 +15,11 @@
 
 namespace qm {
 
-/// The rows of one table that meet the condition, optimistically updatable.
+/// The rows of one table that meet the condition, all of their columns or some, optimistically
+/// updatable.
 std::shared_ptr<Recordset> OpenFamilyTable(const RecordFamily& family, int table,
-                                           std::string_view condition);
+                                           std::string_view condition,
+                                           std::string_view columns = "*");
 
 /// Assigns what an import stores in abstract table 1, 2 or 3 to the row that the recordset is on.
 /// A field without a value is the empty text.

@@ -12,15 +12,9 @@ namespace {
 // Enough of a record to hold version and record type.
 constexpr std::size_t kHead = 64;
 
-// A tabulator is let through: it counts as the one character that it is.
-bool IsControl(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return (byte < 0x20U && c != '\t') || byte == 0x7FU;
-}
-
 std::string ControlReason(std::string_view text) {
-  const auto found = std::find_if(text.begin(), text.end(), IsControl);
-  if (found == text.end()) return {};
+  if (!HasControlCharacter(text)) return {};
+  const auto found = std::find_if(text.begin(), text.end(), IsControlCharacter);
   const auto before = text.substr(0, static_cast<std::size_t>(found - text.begin()));
   return "control character with code " + std::to_string(static_cast<unsigned char>(*found)) +
          " in column " + std::to_string(CharacterCount(before) + 1);
@@ -66,7 +60,6 @@ std::string FixedWidthReader::Check(const RawLine& line) {
 ImportRecord FixedWidthReader::Record() {
   ImportRecord record;
   record.layout = layout_;
-  record.fixed_width = text_;
   record.values = CutRecord(layout_->Layout(), text_);
   layout_->Layout().GetTextFromNAACCRRec(text_, record.texts);
   return record;

@@ -17,7 +17,7 @@ class FixedWidthReader {
 
   /// Why the line is rejected; empty when it is a record, which `Record` then gives.
   std::string Check(const RawLine& line);
-  /// The record of the line checked last; it refers to this reader until the next check.
+  /// The record of the line checked last.
   ImportRecord Record();
 
  private:

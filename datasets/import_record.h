@@ -17,8 +17,6 @@ struct ImportRecord {
   RecordValues values;
   /// Element k is text field k.
   std::vector<std::string> texts;
-  /// The record as a fixed-width line; empty from a reader that has none.
-  std::string_view fixed_width;
 };
 
 }  // namespace qm

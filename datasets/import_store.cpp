@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "datasets/abstract_inserts.h"
 #include "datasets/base_id.h"
 #include "datasets/family_tables.h"
 #include "layout/layout_lists.h"
@@ -29,7 +30,8 @@ void AddRows(const ImportRecord& record, std::int32_t id) {
 void StoreTexts(const ImportRecord& record, std::int32_t id) {
   const NAACCRLayout& layout = record.layout->Layout();
   if (layout.TextFieldsCount() == 0) return;
-  const auto row = OpenFamilyTable(kAbstractFamily, 1, "AbsRefID = " + std::to_string(id));
+  const auto row =
+      OpenFamilyTable(kAbstractFamily, 1, "AbsRefID = " + std::to_string(id), kMemoColumn);
   SetTexts(*row, layout, record.texts);
   row->Update();
   row->Close();
@@ -38,15 +40,15 @@ void StoreTexts(const ImportRecord& record, std::int32_t id) {
 }  // namespace
 
 std::int32_t StoreImportRecord(const ImportRecord& record) {
-  QMDataSets& data_sets = record.layout->DataSets();
+  const NAACCRLayout& layout = record.layout->Layout();
   const std::int32_t id = RequireNextBaseID(kCounter);
   const bool apostrophe =
       std::any_of(record.values.begin(), record.values.end(),
                   [](const auto& value) { return value.second.find('\'') != std::string::npos; });
-  if (apostrophe || record.fixed_width.empty()) {
+  if (apostrophe) {
     AddRows(record, id);
   } else {
-    data_sets.AddAbstract(record.fixed_width, false, {}, id);
+    InsertAbstractRows(layout, record.values, id);
   }
   StoreTexts(record, id);
   return id;

@@ -8,9 +8,9 @@
 
 namespace qm {
 
-/// Gives the identifier. `AddAbstract` stores what it can; a record that has no fixed-width line,
-/// or a value with an apostrophe, goes in through recordsets. A counter that gives no identifier is
-/// an error that names it.
+/// Gives the identifier. The rows are inserted as by `AddAbstract`; a record that has a value with
+/// an apostrophe goes in through recordsets. A counter that gives no identifier is an error that
+/// names it.
 std::int32_t StoreImportRecord(const ImportRecord& record);
 
 }  // namespace qm

@@ -42,6 +42,24 @@ std::size_t OpenBytes(std::string_view bytes) {
 
 }  // namespace
 
+bool IsControlCharacter(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return (byte < 0x20U && c != '\t') || byte == 0x7FU;
+}
+
+// Without a branch a character, since a record has thousands and seldom one of these.
+bool HasControlCharacter(std::string_view text) {
+  unsigned found = 0;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    const unsigned low = byte < 0x20U ? 1U : 0U;
+    const unsigned tabulator = byte == 0x09U ? 1U : 0U;
+    const unsigned deleted = byte == 0x7FU ? 1U : 0U;
+    found |= (low & ~tabulator) | deleted;
+  }
+  return found != 0;
+}
+
 void Utf8Check::Update(std::string_view bytes) {
   if (!valid_) return;
   if (!open_.empty()) {

@@ -7,6 +7,10 @@
 
 namespace qm {
 
+/// What no record may hold. A tabulator may stand: it counts as the one character that it is.
+bool IsControlCharacter(char c);
+bool HasControlCharacter(std::string_view text);
+
 /// Whether the bytes fed so far are UTF-8, wherever the pieces were cut.
 class Utf8Check {
  public:

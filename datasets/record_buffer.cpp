@@ -27,6 +27,12 @@ void RecordBuffer::Overwrite(std::int16_t start, std::int16_t length, std::strin
   }
   const auto first = static_cast<std::size_t>(start) - 1;
   const std::size_t last = first + std::min(RequireLength(length), columns_.size() - first);
+  if (IsAscii(text)) {
+    const std::size_t count = std::min(text.size(), last - first);
+    columns_.replace(first, count, text.substr(0, count));
+    wide_.erase(wide_.lower_bound(first), wide_.lower_bound(first + count));
+    return;
+  }
   std::size_t column = first;
   for (std::size_t i = 0; i < text.size() && column < last; ++column) {
     std::size_t end = i + 1;

@@ -14,6 +14,8 @@ Variant Convert(Arguments args) {
   return kConvert(args[0]);
 }
 
+Variant TextOf(Arguments args) { return ToText(args[0]); }
+
 Variant IsDateValue(Arguments args) {
   if (args[0].Type() == VarType::kDate) return true;
   return args[0].IsText() && ReadDate(args[0].Get<std::string>()).has_value();
@@ -35,10 +37,14 @@ Variant VarTypeOf(Arguments args) {
 }
 
 constexpr std::array kConversions = {
-    Function{"CStr", 1, 1, Convert<ToText>},   Function{"CInt", 1, 1, Convert<ToInt16>},
-    Function{"CLng", 1, 1, Convert<ToInt32>},  Function{"CDbl", 1, 1, Convert<ToDouble>},
-    Function{"CSng", 1, 1, Convert<ToSingle>}, Function{"CBool", 1, 1, Convert<ToBool>},
-    Function{"CByte", 1, 1, Convert<ToByte>},  Function{"CCur", 1, 1, Convert<ToCurrency>},
+    Function{"CStr", 1, 1, TextOf},
+    Function{"CInt", 1, 1, Convert<ToInt16>},
+    Function{"CLng", 1, 1, Convert<ToInt32>},
+    Function{"CDbl", 1, 1, Convert<ToDouble>},
+    Function{"CSng", 1, 1, Convert<ToSingle>},
+    Function{"CBool", 1, 1, Convert<ToBool>},
+    Function{"CByte", 1, 1, Convert<ToByte>},
+    Function{"CCur", 1, 1, Convert<ToCurrency>},
     Function{"CDate", 1, 1, Convert<ToDate>},
 };
 

@@ -59,8 +59,10 @@ void ScriptEngine::AddObject(std::string_view name, const Members& members, bool
   state_->objects.named.insert_or_assign(UpperCase(name), std::move(by_key));
 }
 
-Variant ScriptEngine::Eval(std::string_view expression) const {
-  return Run(Parse(expression), state_->objects);
+Variant ScriptEngine::Eval(std::string_view expression) const { return Run(Parse(expression)); }
+
+Variant ScriptEngine::Run(const Program& program) const {
+  return qm::Run(program, state_->objects);
 }
 
 }  // namespace qm

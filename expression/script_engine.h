@@ -18,6 +18,8 @@
 
 namespace qm {
 
+struct Program;
+
 class ScriptEngine {
  public:
   struct Member {
@@ -38,6 +40,8 @@ class ScriptEngine {
   void AddObject(std::string_view name, const Members& members, bool members_global);
 
   Variant Eval(std::string_view expression) const;
+  /// What `Eval` gives for the expression that the program was read from.
+  Variant Run(const Program& program) const;
 
  private:
   struct State;

@@ -1,5 +1,6 @@
 #include "layout/field_format.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -100,15 +101,25 @@ std::optional<std::string> ToStored(std::string_view typed) {
 
 }  // namespace
 
-std::string PadValue(std::string_view value, std::string_view mode, std::int16_t length) {
+void AppendPadded(std::string& text, std::string_view value, std::string_view mode,
+                  std::int16_t length) {
   const std::string_view trimmed = Trim(value);
-  std::string padded(trimmed);
-  const std::size_t characters = CharacterCount(trimmed);
-  if (length <= 0 || characters >= static_cast<std::size_t>(length)) return padded;
-  const std::size_t missing = static_cast<std::size_t>(length) - characters;
-  if (mode == "Z") padded.append(missing, '0');
-  if (mode == "Y") padded.insert(0, missing, '0');
-  if (mode == "R") padded.insert(0, missing, ' ');
+  const auto wanted = static_cast<std::size_t>(std::max<std::int16_t>(length, 0));
+  const char code = mode.size() == 1 ? mode.front() : '\0';
+  std::size_t missing = 0;
+  if (code == 'Z' || code == 'Y' || code == 'R') {
+    const std::size_t characters = CharacterCount(trimmed);
+    missing = wanted > characters ? wanted - characters : 0;
+  }
+  if (code == 'Y') text.append(missing, '0');
+  if (code == 'R') text.append(missing, ' ');
+  text.append(trimmed);
+  if (code == 'Z') text.append(missing, '0');
+}
+
+std::string PadValue(std::string_view value, std::string_view mode, std::int16_t length) {
+  std::string padded;
+  AppendPadded(padded, value, mode, length);
   return padded;
 }
 

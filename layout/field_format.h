@@ -10,6 +10,9 @@ namespace qm {
 /// The value without blanks at its ends, extended to at least `length` characters: mode "Z" appends
 /// zeros, "Y" prefixes zeros, "R" prefixes blanks, any other leaves it. Never cuts.
 std::string PadValue(std::string_view value, std::string_view mode, std::int16_t length);
+/// The same behind a text that is there.
+void AppendPadded(std::string& text, std::string_view value, std::string_view mode,
+                  std::int16_t length);
 
 /// The date routine. Mode "D": stored form to display form; "M": a typed date to the stored form;
 /// "F": a display or stored date to the eight digits MMDDCCYY. `FormatDate` gives "H" for a date

@@ -22,6 +22,12 @@ std::int16_t NullAsZero(const Variant& value) {
   return value.IsNull() ? std::int16_t{0} : ToInt16(value);
 }
 
+// By way of its text, in which Null, and Empty, are no number.
+std::int16_t ItemNumber(const Variant& value) {
+  const bool number = value.GetIf<std::int32_t>() != nullptr;
+  return number ? ToInt16(value) : ToInt16(ToTextOrEmpty(value));
+}
+
 std::shared_ptr<Recordset> OpenStatic(const std::string& sql) {
   const auto& control = CurrentSession().gcnControl.Get();
   auto rows = control->CreateRecordset();
@@ -51,6 +57,41 @@ void Dimension(ControlArrays& arrays, std::size_t size) {
   }
 }
 
+// A column of the field table: its place is looked up once. One that the table lacks fails, by its
+// name, where it is read.
+class FieldColumn {
+ public:
+  FieldColumn(const Recordset& rows, const char* name)
+      : name_(name), ordinal_(rows.FieldOrdinal(name)) {}
+  Variant Of(const Recordset& row) const {
+    return ordinal_ < 0 ? row.Value(name_) : row.Value(ordinal_);
+  }
+
+ private:
+  const char* name_;
+  int ordinal_;
+};
+
+struct FieldTable {
+  const Recordset& rows;
+  FieldColumn item_number{rows, "NAACCR_Item_No"};
+  FieldColumn name{rows, "FieldName"};
+  FieldColumn description{rows, "Description"};
+  FieldColumn prompting{rows, "Prompting"};
+  FieldColumn prompting_value{rows, "PromptingValue"};
+  FieldColumn length{rows, "FieldLength"};
+  FieldColumn start{rows, "columnstart"};
+  FieldColumn justification{rows, "Justification"};
+  FieldColumn is_protected{rows, "Protected"};
+  FieldColumn unknown_values{rows, "UnknownValues"};
+  FieldColumn patient_grid{rows, "patGrid"};
+  FieldColumn medical_grid{rows, "medGrid"};
+  FieldColumn abstract_grid{rows, "vlmabsgrid"};
+  FieldColumn patient_table{rows, "pattable"};
+  FieldColumn medical_table{rows, "MedTable"};
+  FieldColumn abstract_table{rows, "vlmabstable"};
+};
+
 // One load into a layout's state. Members run in the order of their declaration.
 template <typename State>
 class FieldLoad {
@@ -71,7 +112,8 @@ class FieldLoad {
                                    std::string(order_by));
     if (fields->RecordCount() == 0) RaiseRunTime(kErrDivisionByZero);
     Start(static_cast<std::size_t>(NarrowInt16(static_cast<double>(fields->RecordCount()))) + 1);
-    for (; !fields->Eof(); fields->MoveNext()) LoadRow(*fields);
+    const FieldTable columns{*fields};
+    for (; !fields->Eof(); fields->MoveNext()) LoadRow(*fields, columns);
     fields->Close();
     RankTextFields();
     if (first_load_) {
@@ -100,51 +142,54 @@ class FieldLoad {
   }
 
   // Text fields take the first indexes, in query order; the others follow in query order.
-  void LoadRow(const Recordset& row) {
+  void LoadRow(const Recordset& row, const FieldTable& columns) {
     state_.FieldsCount = NarrowInt16(state_.FieldsCount + 1.0);
-    const bool text_field = ToTextOrEmpty(row.Value("Prompting")) == "X";
+    const bool text_field = ToTextOrEmpty(columns.prompting.Of(row)) == "X";
     std::int16_t i = 0;
     if (text_field) {
       i = ++texts_;
-      At(state_.TextItemNo, i) = ToInt16(row.Value("NAACCR_Item_No"));
+      At(state_.TextItemNo, i) = ToInt16(columns.item_number.Of(row));
       At(state_.TextFieldPos, i) = state_.FieldsCount;
     } else {
       i = NarrowInt16(static_cast<double>(state_.TextFieldsCount) + ++others_);
     }
     At(state_.fieldvalue, i).clear();  // beyond the arrays nothing is listed either
-    if (!text_field) List(i, row);
-    FillElement(static_cast<std::size_t>(i), row);
+    if (!text_field) List(i, row, columns);
+    FillElement(static_cast<std::size_t>(i), row, columns);
   }
 
-  void List(std::int16_t i, const Recordset& row) {
-    const int table = AbstractTableOfCode(NullAsZero(row.Value("vlmAbsTable")));
-    const std::string name = ToText(row.Value("FieldName"));
+  void List(std::int16_t i, const Recordset& row, const FieldTable& columns) {
+    const int table = AbstractTableOfCode(NullAsZero(columns.abstract_table.Of(row)));
+    const std::string name = ToText(columns.name.Of(row));
     if (table == 0 || EqualsIgnoreCase(name, kKeyColumn)) return;
     ColumnList& list = At(*state_.abstract_columns, table - 1);
-    list.columns += "," + name;
+    list.columns.append(",").append(name);
     list.fields.push_back(i);
-    At(CurrentSession().AbsTableFieldList, table - 1) = list.columns;
+    At(CurrentSession().AbsTableFieldList, table - 1).append(",").append(name);
   }
 
-  void FillElement(std::size_t i, const Recordset& row) {
+  void FillElement(std::size_t i, const Recordset& row, const FieldTable& columns) {
     ControlArrays& to = *state_.arrays;
-    to.iField_Num[i] = ToInt16(ToTextOrEmpty(row.Value("NAACCR_Item_No")));
-    to.sField_Desc[i] = ToTextOrEmpty(row.Value("Description"));
-    to.sField_Name[i] = ToText(row.Value("FieldName"));
-    to.sField_Type[i] = ToTextOrEmpty(row.Value("prompting"));
-    to.iField_Len[i] = NullAsZero(row.Value("FieldLength"));
-    to.iPatTable[i] = ToInt16(row.Value("patGrid"));
-    to.iMedTable[i] = ToInt16(row.Value("medGrid"));
-    to.iAbstable[i] = ToInt16(row.Value("vlmabsgrid"));
-    to.iField_Protected[i] = ToInt16(row.Value("Protected"));
-    to.iField_Start[i] = NullAsZero(row.Value("columnstart"));
-    to.sField_Just[i] = ToTextOrEmpty(row.Value("Justification"));
-    to.iAbsTableNo[i] = first_load_ ? NullAsZero(row.Value("vlmabstable")) : std::int16_t{1};
-    to.iPatTableNo[i] = first_load_ ? NullAsZero(row.Value("pattable")) : std::int16_t{1};
-    to.iMedTableNo[i] = first_load_ ? NullAsZero(row.Value("MedTable")) : std::int16_t{1};
-    state_.UnknownValues[i] = ToTextOrEmpty(row.Value("UnknownValues"));
+    to.iField_Num[i] = ItemNumber(columns.item_number.Of(row));
+    to.sField_Desc[i] = ToTextOrEmpty(columns.description.Of(row));
+    to.sField_Name[i] = ToText(columns.name.Of(row));
+    to.sField_Type[i] = ToTextOrEmpty(columns.prompting.Of(row));
+    to.iField_Len[i] = NullAsZero(columns.length.Of(row));
+    to.iPatTable[i] = ToInt16(columns.patient_grid.Of(row));
+    to.iMedTable[i] = ToInt16(columns.medical_grid.Of(row));
+    to.iAbstable[i] = ToInt16(columns.abstract_grid.Of(row));
+    to.iField_Protected[i] = ToInt16(columns.is_protected.Of(row));
+    to.iField_Start[i] = NullAsZero(columns.start.Of(row));
+    to.sField_Just[i] = ToTextOrEmpty(columns.justification.Of(row));
+    const auto table = [&](const FieldColumn& column) {
+      return first_load_ ? NullAsZero(column.Of(row)) : std::int16_t{1};
+    };
+    to.iAbsTableNo[i] = table(columns.abstract_table);
+    to.iPatTableNo[i] = table(columns.patient_table);
+    to.iMedTableNo[i] = table(columns.medical_table);
+    state_.UnknownValues[i] = ToTextOrEmpty(columns.unknown_values.Of(row));
     to.iField_Row[i] = -1;
-    state_.FieldPromptingValue[i] = ToTextOrEmpty(row.Value("PromptingValue"));
+    state_.FieldPromptingValue[i] = ToTextOrEmpty(columns.prompting_value.Of(row));
     largest_abstract_ = std::max(largest_abstract_, to.iAbsTableNo[i]);
     largest_patient_ = std::max(largest_patient_, to.iPatTableNo[i]);
     largest_medical_ = std::max(largest_medical_, to.iMedTableNo[i]);

@@ -1,51 +1,33 @@
 #include "layout/layout_lookups.h"
 
-#include "runtime/text.h"
+#include <algorithm>
 
 namespace qm {
 
-namespace {
-
-bool IsAsciiByte(char c) { return (static_cast<unsigned char>(c) & 0x80U) == 0; }
-
-}  // namespace
-
-// Bytes outside ASCII are left out: their upper case is the text floor's business, and equality
-// settles it.
-std::size_t LayoutLookups::NameHash::operator()(std::string_view name) const noexcept {
-  std::uint64_t hash = 14695981039346656037ULL;
-  for (const char c : name) {
-    if (!IsAsciiByte(c)) continue;
-    const char upper = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-    hash = (hash ^ static_cast<unsigned char>(upper)) * 1099511628211ULL;
-  }
-  return static_cast<std::size_t>(hash);
-}
-
-bool LayoutLookups::NameEqual::operator()(std::string_view a, std::string_view b) const {
-  if (EqualsIgnoreCase(a, b)) return true;
-  return !IsAscii(a) && !IsAscii(b) && UpperCase(a) == UpperCase(b);
-}
-
 LayoutLookups::LayoutLookups(const std::vector<std::string>& names,
                              const std::vector<std::int16_t>& numbers, std::int16_t count) {
-  by_name_.reserve(static_cast<std::size_t>(count));
-  by_number_.reserve(static_cast<std::size_t>(count));
+  if (count < 1) return;
+  by_name_.Clear(static_cast<std::size_t>(count));
+  const auto [low, high] = std::minmax_element(numbers.begin() + 1, numbers.begin() + 1 + count);
+  lowest_ = *low;
+  by_number_.assign(static_cast<std::size_t>(*high - *low) + 1, 0);
   for (std::int16_t i = 1; i <= count; ++i) {
     const auto element = static_cast<std::size_t>(i);
-    by_name_.emplace(names[element], i);
-    by_number_.emplace(numbers[element], i);
+    by_name_.Add(names[element], i);
+    std::int16_t& field = by_number_[static_cast<std::size_t>(numbers[element] - lowest_)];
+    if (field == 0) field = i;
   }
 }
 
 std::int16_t LayoutLookups::ByName(std::string_view name) const {
-  const auto found = by_name_.find(name);
-  return found == by_name_.end() ? std::int16_t{-1} : found->second;
+  return static_cast<std::int16_t>(by_name_.Find(name));
 }
 
 std::int16_t LayoutLookups::ByNumber(std::int16_t number) const {
-  const auto found = by_number_.find(number);
-  return found == by_number_.end() ? std::int16_t{-1} : found->second;
+  const int place = number - lowest_;
+  if (place < 0 || static_cast<std::size_t>(place) >= by_number_.size()) return -1;
+  const std::int16_t field = by_number_[static_cast<std::size_t>(place)];
+  return field == 0 ? std::int16_t{-1} : field;
 }
 
 }  // namespace qm

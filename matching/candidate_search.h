@@ -31,6 +31,7 @@ struct CandidateOptions {
   TieOrder ties = TieOrder::kRetrieval;
   std::optional<std::int16_t> cutoff;  ///< instead of the thread's
   bool explain = false;                ///< fills `rules` of each candidate
+  bool names = true;                   ///< fills the names of each candidate
 };
 
 struct Candidate {

@@ -12,8 +12,6 @@ namespace qm {
 
 namespace {
 
-constexpr std::string_view kOpen = "<<";
-constexpr std::string_view kClose = ">>";
 // Far beyond any rule; only a value that brings in its own name again reaches them.
 constexpr int kMostPasses = 1000;
 constexpr std::size_t kLongestExpression = std::size_t{1} << 20U;
@@ -29,35 +27,31 @@ std::string ReplaceAll(std::string_view text, std::string_view what, std::string
   return result.append(text.substr(from));
 }
 
-std::string FieldText(const Recordset& record, std::string_view name, std::string_view rule) {
-  const int ordinal = record.FieldOrdinal(name);
-  if (ordinal < 0) {
-    // A name put together from values would show them: then the rule stands for it.
-    const auto shown = rule.find(name) != std::string_view::npos ? name : rule;
-    throw Error(kErrNoSuchItem, "QMDataObjects2",
-                "Item cannot be found in the collection corresponding to the requested name or "
-                "ordinal: '" +
-                    std::string(shown) + "'");
-  }
-  return ToTextOrEmpty(record.Value(ordinal));
-}
-
 std::string Quoted(const std::string& value) { return "'" + value + "'"; }
 
 }  // namespace
+
+void RaiseNoSuchField(std::string_view name, std::string_view rule) {
+  // A name put together from values would show them: then the rule stands for it.
+  const auto shown = rule.find(name) != std::string_view::npos ? name : rule;
+  throw Error(kErrNoSuchItem, "QMDataObjects2",
+              "Item cannot be found in the collection corresponding to the requested name or "
+              "ordinal: '" +
+                  std::string(shown) + "'");
+}
 
 void SubstituteFields(std::string& expression,
                       const std::function<std::string(std::string_view name)>& field) {
   std::size_t start = 0;
   int passes = 0;
-  for (std::size_t p; (p = expression.find(kClose)) != std::string::npos;) {
+  for (std::size_t p; (p = expression.find(kCloseMark)) != std::string::npos;) {
     const std::size_t open =
-        p == 0 ? std::string::npos : std::string_view(expression).rfind(kOpen, p - 1);
+        p == 0 ? std::string::npos : std::string_view(expression).rfind(kOpenMark, p - 1);
     // Without an opening mark the start of the pass before still holds.
-    if (open != std::string::npos) start = open + kOpen.size();
+    if (open != std::string::npos) start = open + kOpenMark.size();
     if (start > p) RaiseRunTime(kErrInvalidCall);
     const std::string name = expression.substr(start, p - start);
-    const std::string mark = std::string(kOpen) + name + std::string(kClose);
+    const std::string mark = std::string(kOpenMark) + name + std::string(kCloseMark);
     std::string rewritten = ReplaceAll(expression, mark, '"' + field(name) + '"');
     if (rewritten == expression || ++passes > kMostPasses ||
         rewritten.size() > kLongestExpression) {
@@ -74,13 +68,13 @@ void SubstituteEscaped(std::string& expression,
                        const std::function<std::string(std::string_view name)>& field) {
   std::string result;
   std::string_view rest = expression;
-  for (std::size_t p; (p = rest.find(kClose)) != std::string_view::npos;) {
-    const std::size_t open = rest.substr(0, p).rfind(kOpen);
+  for (std::size_t p; (p = rest.find(kCloseMark)) != std::string_view::npos;) {
+    const std::size_t open = rest.substr(0, p).rfind(kOpenMark);
     if (open == std::string_view::npos) break;
-    const std::size_t name = open + kOpen.size();
+    const std::size_t name = open + kOpenMark.size();
     result.append(rest.substr(0, open)).append("\"");
     result.append(ReplaceAll(field(rest.substr(name, p - name)), "\"", "\"\"")).append("\"");
-    rest.remove_prefix(p + kClose.size());
+    rest.remove_prefix(p + kCloseMark.size());
   }
   expression = result.append(rest);
 }
@@ -100,16 +94,23 @@ const ScriptEngine& MatchScriptEngine() {
   return *engine;
 }
 
-std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
+std::string EvaluateExpression(std::string& expression, const FieldReader& field,
+                               ValueText values) {
   const ScriptEngine& engine = MatchScriptEngine();
-  const std::string rule = expression;
-  const auto field = [&](std::string_view name) { return FieldText(record, name, rule); };
   values == ValueText::kEscaped ? SubstituteEscaped(expression, field)
                                 : SubstituteFields(expression, field);
-  if (expression.find('(') == std::string::npos) {
-    return Quoted(FieldText(record, expression, rule));
-  }
+  if (expression.find('(') == std::string::npos) return Quoted(field(expression));
   return Quoted(ToTextOrEmpty(engine.Eval(expression)));
+}
+
+std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
+  const std::string rule = expression;
+  const auto field = [&](std::string_view name) {
+    const int ordinal = record.FieldOrdinal(name);
+    if (ordinal < 0) RaiseNoSuchField(name, rule);
+    return ToTextOrEmpty(record.Value(ordinal));
+  };
+  return EvaluateExpression(expression, field, values);
 }
 
 }  // namespace qm

@@ -16,6 +16,10 @@
 
 namespace qm {
 
+/// What stands around a field's name in an expression.
+inline constexpr std::string_view kOpenMark = "<<";
+inline constexpr std::string_view kCloseMark = ">>";
+
 /// Replaces every `<<name>>` in `expression` by `field(name)` between double quotes. All
 /// occurrences of one name go in one pass. Text that the replacement brings in is scanned again.
 /// An endless rewriting, which a value with ">>" in it can cause, is a syntax error (1002).
@@ -25,6 +29,16 @@ void SubstituteFields(std::string& expression,
 /// How a record's values get into an expression: `kPlain` as published, or `kEscaped`, with double
 /// quotes doubled and marks in a value left alone, so that no value can break or run as script.
 enum class ValueText { kPlain, kEscaped };
+
+/// The text of a record's field; raises 3265 for a name that it lacks.
+using FieldReader = std::function<std::string(std::string_view name)>;
+
+/// The value of `expression` for the record behind `field`, between single quotes; the expression
+/// is rewritten in place. Errors of the script pass through.
+std::string EvaluateExpression(std::string& expression, const FieldReader& field, ValueText values);
+
+/// Raises 3265 for a column that a rule names and the record lacks.
+[[noreturn]] void RaiseNoSuchField(std::string_view name, std::string_view rule);
 
 /// The value of `expression`, which is rewritten in place, for the row that `record` stands on;
 /// always between single quotes. Errors of the look-up (3265) and of the script pass through.

@@ -1,21 +1,28 @@
 // MatchScorer: scores candidates against one abstract by the calling thread's rules.
 //
-// The abstract's value of a rule is evaluated at the first candidate that needs it and kept, so a
-// scorer lives no longer than the abstract's row stands and the rules stay. Cost of a candidate:
-// one evaluation and one comparison a rule.
+// Each rule's expression is read once. The abstract's value of a rule is evaluated at the first
+// candidate that needs it and kept, so a scorer lives no longer than the abstract's row stands and
+// the rules stay. The columns of the candidates are found once for each recordset that they come
+// in. Cost of a candidate: one evaluation and one comparison a rule; a script is not run again for
+// a value that it met not long ago.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <qm/matcher.h>
 #include <qm/recordset.h>
 
+#include "comparison/prepared_comparator.h"
 #include "matching/match_field.h"
+#include "matching/matching_state.h"
+#include "matching/rule_expression.h"
 
 namespace qm {
 
@@ -25,6 +32,21 @@ inline constexpr std::size_t kComparedCharacters = 24;
 /// The evaluator's upper-cased value, in its quotes, as it is compared: cut, without quotes and
 /// blanks behind.
 std::string ComparedText(std::string_view value);
+
+/// The same for a value without quotes and in any case, written into `compared`.
+void MakeCompared(std::string_view value, std::string& compared);
+
+/// Whether a trimmed value counts as missing; an empty one always does.
+bool IsMissing(std::string_view value, const MatchRule& rule);
+/// The running total after a rule whose sides agree by so many hundredths.
+std::int32_t AddAgreement(std::int32_t total, const MatchRule& rule, std::int16_t agreement);
+/// The same after an exact rule whose sides are equal.
+std::int32_t AddEquality(std::int32_t total, const MatchRule& rule);
+/// What a rule added, held within 32 bits: two totals may lie further apart, though no sensible
+/// weight gets there.
+std::int32_t ChangeOf(std::int32_t before, std::int32_t total);
+/// A degree of agreement in hundredths.
+std::int16_t AgreementOf(double proportion);
 
 class MatchScorer {
  public:
@@ -36,9 +58,37 @@ class MatchScorer {
   std::int16_t Score(const Recordset& block, std::vector<RuleScore>* rules = nullptr);
 
  private:
+  struct Known {
+    std::string field{};
+    std::string compared{};
+    bool is_known = false;
+  };
+  // A rule as it applies to the abstract.
+  struct Applied {
+    explicit Applied(RuleExpression read) : expression(std::move(read)) {}
+
+    RuleExpression expression;
+    std::vector<int> columns{};  // of the candidates, for the expression's fields
+    std::optional<std::string> abstract_value{};
+    bool abstract_is_missing = false;
+    std::optional<PreparedComparator> prepared{};
+    bool is_repeatable = false;  // equal fields give equal results
+    std::vector<Known> known{};  // by hash of the field: what its script made of it
+  };
+
+  void BindColumns(const Recordset& block);
+  void EvaluateAbstract(const MatchRule& rule, Applied& applied);
+  void Evaluate(Applied& applied, const Recordset& record, std::span<const int> columns,
+                std::string& compared);
+  std::int16_t Compare(const Applied& applied, std::string_view patient) const;
+
   const Recordset& abstract_;
   ValueText values_;
-  std::vector<std::optional<std::string>> abstract_values_;
+  std::vector<Applied> rules_;
+  const Recordset* bound_to_ = nullptr;
+  std::vector<std::string> fields_;
+  std::string value_;
+  std::string patient_value_;
 };
 
 }  // namespace qm

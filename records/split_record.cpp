@@ -19,6 +19,12 @@ constexpr std::int32_t kOutOfBounds = kObjectErrorBase + 1206;
 
 constexpr std::string_view kDateCode = "D";
 
+// What begins with a letter reads as no number, however it goes on.
+bool IsName(std::string_view text) {
+  const char first = text.empty() ? '\0' : text.front();
+  return (first >= 'A' && first <= 'Z') || (first >= 'a' && first <= 'z');
+}
+
 std::string SourceOf(const RecordFamily& family, std::string_view member) {
   return "QMData." + std::string(family.record_class) + "." + std::string(member);
 }
@@ -108,9 +114,11 @@ std::string SplitRecord::Padded(std::string_view value, std::int16_t index) cons
 }
 
 Variant SplitRecord::Fields(const Variant& vFieldIndex) {
+  if (const auto* name = vFieldIndex.GetIf<std::string>(); name != nullptr && IsName(*name)) {
+    return FieldByName(*name);
+  }
   if (IsNumeric(vFieldIndex)) return FieldByIndex(ToInt16(vFieldIndex));
-  const std::string* name = vFieldIndex.GetIf<std::string>();
-  return name != nullptr ? FieldByName(*name) : FieldByName(ToText(vFieldIndex));
+  return FieldByName(ToText(vFieldIndex));
 }
 
 void SplitRecord::SetFields(const Variant& vFieldIndex, const Variant& value) {
@@ -125,7 +133,7 @@ Variant SplitRecord::FieldByIndex(std::int16_t iFieldIndex) {
   if (IsTextField(iFieldIndex)) return At(texts_, iFieldIndex);
   Variant value = Current(FieldTable(iFieldIndex)).Value(At(fields_->sField_Name, iFieldIndex));
   if (!auto_format_values_ || value.IsNull() || iFieldIndex < 1) return value;
-  std::string text = ToText(value);
+  std::string text = ToText(std::move(value));
   if (At(fields_->sField_Just, iFieldIndex) == kDateCode) text = FormatDate(text, "D");
   return Padded(text, iFieldIndex);
 }

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include <qm/error.h>
 #include "runtime/date_text.h"
@@ -90,11 +91,17 @@ double ToDouble(const Variant& value) {
 }
 
 std::int16_t ToInt16(const Variant& value) {
+  if (const auto* whole = value.GetIf<std::int32_t>()) {
+    const auto narrow = static_cast<std::int16_t>(*whole);
+    if (narrow != *whole) RaiseRunTime(kErrOverflow);
+    return narrow;
+  }
   if (const auto bits = FromBits<std::int16_t>(value)) return *bits;
   return NarrowInt16(RoundHalfEven(ToDouble(value)));
 }
 
 std::int32_t ToInt32(const Variant& value) {
+  if (const auto* whole = value.GetIf<std::int32_t>()) return *whole;
   if (const auto bits = FromBits<std::int32_t>(value)) return *bits;
   return NarrowInt32(RoundHalfEven(ToDouble(value)));
 }
@@ -174,8 +181,16 @@ std::string ToText(const Variant& value) {
   RaiseRunTime(kErrTypeMismatch);
 }
 
+std::string ToText(Variant&& value) {
+  return value.IsText() ? value.TakeText() : ToText(std::as_const(value));
+}
+
 std::string ToTextOrEmpty(const Variant& value) {
   return value.IsNull() ? std::string() : ToText(value);
+}
+
+std::string ToTextOrEmpty(Variant&& value) {
+  return value.IsNull() ? std::string() : ToText(std::move(value));
 }
 
 std::optional<double> ParseNumber(std::string_view text) {

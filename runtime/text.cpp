@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 namespace qm {
 
@@ -77,17 +78,27 @@ bool ContainsName(const std::vector<std::string>& names, std::string_view name) 
 }
 
 std::string_view Trim(std::string_view text) {
-  const auto first = text.find_first_not_of(' ');
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(' ') - first + 1);
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
 }
 
+// Eight bytes at once: records are long.
 bool IsAscii(std::string_view text) {
-  return std::none_of(text.begin(), text.end(),
-                      [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; });
+  constexpr std::uint64_t kBeyondAscii = 0x8080808080808080U;
+  std::uint64_t bits = 0;
+  while (text.size() >= sizeof bits) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data(), sizeof word);
+    bits |= word;
+    text.remove_prefix(sizeof word);
+  }
+  for (const char c : text) bits |= static_cast<unsigned char>(c);
+  return (bits & kBeyondAscii) == 0;
 }
 
 bool IsValidUtf8(std::string_view text) {
+  if (IsAscii(text)) return true;
   for (std::size_t i = 0; i < text.size();) {
     const auto lead = static_cast<unsigned char>(text[i]);
     const std::size_t length = lead < 0x80U                     ? 1

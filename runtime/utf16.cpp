@@ -66,9 +66,17 @@ void AppendUtf8(std::string& text, char32_t code) {
 
 }  // namespace
 
+// Most texts are ASCII: they are copied without a branch a character, and looked at meanwhile.
 std::u16string Utf16(std::string_view utf8) {
-  std::u16string wide;
-  wide.reserve(utf8.size());
+  std::u16string wide(utf8.size(), u'\0');
+  unsigned char bits = 0;
+  for (std::size_t i = 0; i < utf8.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(utf8[i]);
+    wide[i] = byte;
+    bits |= byte;
+  }
+  if (bits < 0x80U) return wide;
+  wide.clear();
   while (!utf8.empty()) {
     const char32_t code = TakeUtf8(utf8);
     if (code < 0x10000) {
@@ -83,7 +91,19 @@ std::u16string Utf16(std::string_view utf8) {
 
 std::string Utf8(std::u16string_view utf16) {
   std::string text;
-  text.reserve(utf16.size());
+  AssignUtf8(text, utf16);
+  return text;
+}
+
+void AssignUtf8(std::string& text, std::u16string_view utf16) {
+  text.resize(utf16.size());
+  char16_t bits = 0;
+  for (std::size_t i = 0; i < utf16.size(); ++i) {
+    text[i] = static_cast<char>(utf16[i]);
+    bits |= utf16[i];
+  }
+  if (bits < 0x80U) return;
+  text.clear();
   for (std::size_t i = 0; i < utf16.size(); ++i) {
     const char32_t unit = utf16[i];
     if (IsHighSurrogate(unit) && i + 1 < utf16.size() && IsLowSurrogate(utf16[i + 1])) {
@@ -93,7 +113,6 @@ std::string Utf8(std::u16string_view utf16) {
       AppendUtf8(text, IsHighSurrogate(unit) || IsLowSurrogate(unit) ? kReplacement : unit);
     }
   }
-  return text;
 }
 
 }  // namespace qm

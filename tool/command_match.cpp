@@ -5,13 +5,16 @@
 #include <qm/matcher.h>
 #include <qm/recordset.h>
 
+#include <array>
 #include <cstdio>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <utility>
 
+#include "matching/batch_search.h"
 #include "matching/candidate_search.h"
 #include "review/declined_pairs.h"
 #include "tool/databases.h"
@@ -31,7 +34,11 @@ struct MatchArguments {
   bool explain = false;
   bool summary = false;
   bool with_declined = false;
+  std::int64_t memory = 0;  // MiB
 };
+
+// From this share of the patients on, reading all of them is the quicker way.
+constexpr std::int64_t kPatientsOfARecord = 1000;
 
 std::vector<Column> MatchColumns(bool explain) {
   std::vector<Column> columns = {{"AbsRefID", true},          {"Rank", true},
@@ -81,6 +88,9 @@ void WriteCandidate(ResultWriter& results, Format format, std::vector<std::strin
   }
 }
 
+// What is told of an abstract.
+constexpr std::array kShown = {"AbsRefID", "LastName", "FirstName", "MiddleName"};
+
 class MatchCommand {
  public:
   MatchCommand(const MatchArguments& arguments, Tool& tool)
@@ -114,14 +124,15 @@ class MatchCommand {
                   "abstract " + std::to_string(*arguments_.abstract) + " does not exist");
     }
     if (!arguments_.with_declined) declined_ = DeclinedPairs();
-    ProgressBar bar("matching");
     const std::int64_t total = CountAbstracts(registry);
     std::int64_t done = 0;
-    for (const Recordset& abstract : abstracts->Rows()) {
-      *id = ToInt32(abstract.Value("AbsRefID"));
-      WriteMatches(matching, abstract, *id);
-      bar.Show(++done, total);
+    if (IsWorthReadingAll(matching, total) && !MatchInMemory(matching, *abstracts, *id, done)) {
+      abstracts->Close();
+      abstracts->Open("SELECT * FROM Abstracts" + Selection(), registry, kOpenForwardOnly,
+                      kLockReadOnly);
+      for (std::int64_t i = 0; i < done && !abstracts->Eof(); ++i) abstracts->MoveNext();
     }
+    MatchOneByOne(matching, *abstracts, total, *id, done);
     results_.Finish();
   }
 
@@ -148,26 +159,95 @@ class MatchCommand {
   }
 
   std::int64_t CountAbstracts(const std::shared_ptr<Connection>& registry) const {
-    if (arguments_.abstract) return 1;
-    return ToInt32(registry->Execute("SELECT count(*) FROM Abstracts")->Value(0));
+    return arguments_.abstract ? 1 : Count(registry, "Abstracts");
   }
 
-  void WriteMatches(const std::shared_ptr<Connection>& matching, const Recordset& abstract,
-                    std::int32_t id) {
+  static std::int64_t Count(const std::shared_ptr<Connection>& connection,
+                            const std::string& table) {
+    return ToInt32(connection->Execute("SELECT count(*) FROM " + table)->Value(0));
+  }
+
+  // No more patients are counted than decide, where the engine can do that.
+  bool IsWorthReadingAll(const std::shared_ptr<Connection>& matching, std::int64_t total) const {
+    if (arguments_.abstract) return false;
+    const std::int64_t most = total * kPatientsOfARecord;
+    const std::string few = "(SELECT 1 FROM Patients LIMIT " + std::to_string(most + 1) + ") few";
+    for (const std::string& patients : {few, std::string("Patients")}) {
+      try {
+        return Count(matching, patients) <= most;
+      } catch (const Error&) {
+        continue;  // one by one, a lack is told in its own words
+      }
+    }
+    return false;
+  }
+
+  // From the current one to the end.
+  void MatchOneByOne(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
+                     std::int64_t total, std::int32_t& id, std::int64_t done) {
+    if (abstracts.Eof()) return;
+    ProgressBar bar("matching");
+    std::vector<std::string> shown(kShown.size());
+    for (const Recordset& abstract : abstracts.Rows()) {
+      id = ToInt32(abstract.Value("AbsRefID"));
+      const auto candidates = FindCandidates(matching, abstract, SearchOptions());
+      for (std::size_t i = 0; i < kShown.size() && !candidates.empty(); ++i) {
+        shown[i] = ToTextOrEmpty(abstract.Value(kShown[i]));
+      }
+      WriteMatches(id, shown, candidates);
+      bar.Show(++done, total);
+    }
+  }
+
+  // False, with so many done, when the registry's own way of blocking cannot be had in memory, or
+  // anything failed: then one by one it fails in its own words, or not at all.
+  bool MatchInMemory(const std::shared_ptr<Connection>& matching, Recordset& abstracts,
+                     std::int32_t& id, std::int64_t& done) {
+    ProgressBar bar("matching");
+    bool writes = false;
+    BatchOptions options;
+    options.candidates = SearchOptions();
+    options.memory = arguments_.memory << 20U;
+    options.shown.assign(kShown.begin(), kShown.end());
+    options.reading =
+        options.searching = [&](std::int64_t some, std::int64_t all) { bar.Show(some, all); };
+    try {
+      BatchSearch(matching, std::move(options))
+          .Run(abstracts, [&](const BatchSearch::Record& record) {
+            const auto& candidates = record.Candidates();
+            id = ToInt32(Variant(record.Shown()[0]));
+            writes = true;
+            WriteMatches(id, record.Shown(), candidates);
+            writes = false;
+            ++done;
+          });
+    } catch (const Error&) {
+      if (writes) throw;
+      id = 0;
+      return false;
+    }
+    return true;
+  }
+
+  CandidateOptions SearchOptions() const {
     CandidateOptions options;
     options.escape_quotes = true;
     options.ties = TieOrder::kPatientId;
     options.cutoff = arguments_.cutoff;
     options.explain = arguments_.explain;
+    return options;
+  }
+
+  void WriteMatches(std::int32_t id, std::span<const std::string> shown,
+                    std::span<const Candidate> candidates) {
     int rank = 0;
-    for (const Candidate& candidate : FindCandidates(matching, abstract, options)) {
+    for (const Candidate& candidate : candidates) {
       if (declined_.contains({id, candidate.match.patient_id})) continue;
       WriteCandidate(
           results_, tool_.settings.format,
           {std::to_string(id), std::to_string(++rank), std::to_string(candidate.match.patient_id),
-           std::to_string(candidate.match.score), ToTextOrEmpty(abstract.Value("LastName")),
-           ToTextOrEmpty(abstract.Value("FirstName")), ToTextOrEmpty(abstract.Value("MiddleName")),
-           candidate.lastname, candidate.firstname, candidate.middlename},
+           std::to_string(candidate.match.score), shown[1], shown[2], shown[3], candidate.lastname,
+           candidate.firstname, candidate.middlename},
           candidate.rules);
     }
   }
@@ -204,6 +284,12 @@ void AddMatch(CLI::App& app, Tool& tool) {
                  "and ties for each cut-off")
       ->needs(all)
       ->excludes(explain);
+  command
+      ->add_option("--memory", arguments->memory,
+                   "MiB that the patients may take in memory; more are gone through in parts")
+      ->type_name("MIB")
+      ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 30U))
+      ->needs(all);
   command->add_flag("--with-declined", arguments->with_declined,
                     "also the pairs that a reviewer declined");
   command->callback([arguments, &tool] {

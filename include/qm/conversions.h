@@ -26,8 +26,10 @@ QM_API bool ToBool(const Variant& value);
 /// significant digits, "True"/"False", dates in US short form ("1/2/2020 3:04:05 PM").
 /// Null raises 94, an array 13, Nothing 91.
 QM_API std::string ToText(const Variant& value);
+QM_API std::string ToText(Variant&& value);
 /// As `ToText`, but Null gives the empty string.
 QM_API std::string ToTextOrEmpty(const Variant& value);
+QM_API std::string ToTextOrEmpty(Variant&& value);
 
 /// Whether the value is a number, or a text that reads as one, as `IsNumeric` decides: blanks
 /// around, a sign before or after, thousands commas, "$", parentheses, "1e2" and "1d2", "&H10".

@@ -39,6 +39,7 @@ struct RuleScore {
   std::int16_t agreement = 0;  ///< 0 to 100
   double weight = 0;
   std::int32_t added = 0;  ///< change of the running total, rounding included
+  friend bool operator==(const RuleScore&, const RuleScore&) = default;
 };
 
 class QM_API Matcher {

@@ -97,6 +97,16 @@ class QM_API Variant {
   const T* GetIf() const noexcept {
     return std::get_if<T>(&value_);
   }
+  /// Moves the text out, which leaves a text; not a text, a fault of the caller.
+  std::string TakeText() { return std::get<std::string>(std::move(value_)); }
+  /// Holds that text from now on, in the room of the one it held, where that is large enough.
+  void AssignText(std::string_view text) {
+    if (auto* own = std::get_if<std::string>(&value_)) {
+      own->assign(text);
+    } else {
+      value_.emplace<std::string>(text);
+    }
+  }
   const Array& Elements() const { return *std::get<ArrayPointer>(value_); }
 
   /// Same type and same value; no conversion, and Null equals Null. The comparison operators of

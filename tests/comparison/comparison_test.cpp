@@ -97,7 +97,7 @@ TEST(Comparison, AgreesWithTheReference) {
     for (auto edits = random() % 5; edits > 0; --edits) {
       const auto at = random() % (b.size() + 1);
       if (random() % 2 == 0 || at == b.size()) {
-        b.insert(at, 1, letter());
+        b = b.substr(0, at) + letter() + b.substr(at);
       } else if (random() % 2 == 0) {
         b.erase(at, 1);
       } else {

@@ -47,7 +47,6 @@ class Program {
   void Send(int signal) const { kill(id_, signal); }
   void Kill() const { Send(SIGKILL); }
   /// What it has written so far.
-  std::string Out() const { return folder_.Read("out"); }
   bool Running() const {
     siginfo_t info{};
     return waitid(P_PID, static_cast<id_t>(id_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&

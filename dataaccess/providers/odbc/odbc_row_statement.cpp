@@ -34,15 +34,17 @@ void OdbcRowStatement::Start() {
   if (!HasRows()) return;
   const std::size_t hidden = table_ != nullptr ? table_->IdentityWidth() : 0;
   const std::size_t count = statement_->ColumnCount() - hidden;
-  shape_.origin = table_;
+  RowShape shape;
+  shape.origin = table_;
   for (std::size_t i = 0; i < count; ++i) {
     Column column{statement_->ColumnName(i), {}};
     if (table_ != nullptr) {
       const OdbcColumn* origin = table_->Info().FindColumn(statement_->BaseColumn(i));
       if (origin != nullptr) column.origin = origin->name;
     }
-    shape_.columns.push_back(std::move(column));
+    shape.columns.push_back(std::move(column));
   }
+  shape_ = std::make_shared<const RowShape>(std::move(shape));
 }
 
 }  // namespace qm

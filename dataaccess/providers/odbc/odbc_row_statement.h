@@ -19,7 +19,7 @@ class OdbcRowStatement : public ProviderStatement {
   bool HasRows() const override { return statement_->HasRows(); }
   bool Writes() const override { return writes_; }
   void Start() override;
-  const RowShape& Shape() const override { return shape_; }
+  const RowShapePointer& Shape() const override { return shape_; }
   bool Next(Row& row) override { return statement_->Next(row); }
   std::int64_t RowsAffected() const override { return statement_->RowsAffected(); }
 
@@ -29,7 +29,7 @@ class OdbcRowStatement : public ProviderStatement {
   bool stream_;
   bool writes_;
   std::function<void()> ran_;
-  RowShape shape_;
+  RowShapePointer shape_;
 };
 
 }  // namespace qm

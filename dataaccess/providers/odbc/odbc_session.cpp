@@ -229,12 +229,12 @@ std::string OdbcSession::Translate(std::string_view text) {
   return TranslateStatement(text, *dialect_, *catalog_);
 }
 
-RowShape OdbcSession::ShapeOf(std::shared_ptr<const OdbcTable> table) const {
-  RowShape shape;
+RowShapePointer OdbcSession::ShapeOf(std::shared_ptr<const OdbcTable> table) const {
+  auto shape = std::make_shared<RowShape>();
   for (const OdbcColumn& column : table->Info().columns) {
-    shape.columns.push_back({column.name, column.name});
+    shape->columns.push_back({column.name, column.name});
   }
-  shape.origin = std::move(table);
+  shape->origin = std::move(table);
   return shape;
 }
 
@@ -279,13 +279,13 @@ std::unique_ptr<ProviderStatement> OdbcSession::PrepareTable(std::string_view na
       false, nullptr);
 }
 
-RowShape OdbcSession::TableShape(std::string_view name) {
+RowShapePointer OdbcSession::TableShape(std::string_view name) {
   const std::string bare = UnquoteName(name);
   auto info = catalog_->Table(bare);
   if (!info) {
     throw Error(kErrNoSuchTable, kOdbcSource, "no such table: " + bare, 1, std::string(name));
   }
-  if (info->keys.empty()) return {};
+  if (info->keys.empty()) return std::make_shared<const RowShape>();
   return ShapeOf(std::make_shared<OdbcTable>(std::move(info), *dialect_));
 }
 

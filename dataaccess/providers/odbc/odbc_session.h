@@ -39,7 +39,7 @@ class OdbcSession : public ProviderSession {
   std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
                                              bool stream) override;
   std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) override;
-  RowShape TableShape(std::string_view table) override;
+  RowShapePointer TableShape(std::string_view table) override;
   bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row, bool lock) override;
   std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape, std::string_view index) override;
   std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
@@ -86,7 +86,7 @@ class OdbcSession : public ProviderSession {
   std::vector<std::string> InstalledDrivers() const;
   std::unique_ptr<OdbcStatement> Take(const std::string& text);
   void GiveBack(std::unique_ptr<OdbcStatement> statement) noexcept;
-  RowShape ShapeOf(std::shared_ptr<const OdbcTable> table) const;
+  RowShapePointer ShapeOf(std::shared_ptr<const OdbcTable> table) const;
   std::string Translate(std::string_view text);
   bool KeepsAsGiven(const OdbcTable& table, const ColumnChange& change) const;
 

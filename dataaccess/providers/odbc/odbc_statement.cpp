@@ -361,9 +361,12 @@ bool OdbcStatement::FetchBlock() {
   return fetched_ > 0;
 }
 
-Variant OdbcStatement::BoundValue(const BoundColumn& column, std::size_t at) {
+void OdbcStatement::ReadBound(const BoundColumn& column, std::size_t at, Variant& value) {
   const SQLLEN length = column.lengths[at];
-  if (length == SQL_NULL_DATA) return Variant::Null();
+  if (length == SQL_NULL_DATA) {
+    value = Variant::Null();
+    return;
+  }
   const bool text = column.kind == OdbcKind::kText;
   const bool cut = text && (length == SQL_NO_TOTAL ||
                             static_cast<std::size_t>(length) + ClosingBytes() > column.cell);
@@ -372,10 +375,19 @@ Variant OdbcStatement::BoundValue(const BoundColumn& column, std::size_t at) {
                                                SQL_POSITION, SQL_LOCK_NO_CHANGE))) {
       Raise();
     }
-    return LongValue(static_cast<std::size_t>(&column - columns_.data()));
+    value = LongValue(static_cast<std::size_t>(&column - columns_.data()));
+    return;
   }
-  return CellValue(column.kind, column.cells.data() + at * column.cell,
-                   static_cast<std::size_t>(length), utf8_);
+  const char* cell = column.cells.data() + at * column.cell;
+  const auto bytes = static_cast<std::size_t>(length);
+  if (!text) {
+    value = CellValue(column.kind, cell, bytes, utf8_);
+  } else if (utf8_) {
+    value.AssignText({cell, bytes});
+  } else {
+    AssignUtf8(converted_, {reinterpret_cast<const char16_t*>(cell), bytes / sizeof(SQLWCHAR)});
+    value.AssignText(converted_);
+  }
 }
 
 Variant OdbcStatement::LongValue(std::size_t column) {
@@ -404,10 +416,13 @@ Variant OdbcStatement::LongValue(std::size_t column) {
 bool OdbcStatement::FetchRow(Row& row) {
   if (!open_) return false;
   if (next_ >= fetched_ && !FetchBlock()) return false;
-  row.clear();
-  row.reserve(columns_.size());
+  row.resize(columns_.size());
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    row.push_back(columns_[i].bound ? BoundValue(columns_[i], next_) : LongValue(i));
+    if (columns_[i].bound) {
+      ReadBound(columns_[i], next_, row[i]);
+    } else {
+      row[i] = LongValue(i);
+    }
   }
   ++next_;
   return true;

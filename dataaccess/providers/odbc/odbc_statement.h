@@ -78,7 +78,7 @@ class OdbcStatement {
   std::string ColumnText(std::size_t column, SQLUSMALLINT field);
   void BindColumns();
   bool FetchBlock();
-  Variant BoundValue(const BoundColumn& column, std::size_t at);
+  void ReadBound(const BoundColumn& column, std::size_t at, Variant& value);
   Variant LongValue(std::size_t column);
   bool FetchRow(Row& row);
   /// What the driver writes behind a text.
@@ -94,6 +94,7 @@ class OdbcStatement {
   bool open_ = false;
   std::vector<std::unique_ptr<Parameter>> parameters_;
   std::vector<BoundColumn> columns_;
+  std::string converted_;
   SQLULEN block_ = 1;
   SQLULEN fetched_ = 0;
   std::size_t next_ = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <functional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -52,6 +53,24 @@ const SqliteTable& TableOf(const RowOrigin& origin) {
   return static_cast<const SqliteTable&>(origin);
 }
 
+bool IsChangeOfRows(std::string_view text) {
+  const SqlToken first = SqlScanner(text).Next();
+  return first.Is("INSERT") || first.Is("UPDATE") || first.Is("DELETE") || first.Is("REPLACE");
+}
+
+bool EndsInDigit(std::string_view text) { return !text.empty() && IsDigit(text.back()); }
+
+bool MayOrderByPlace(std::string_view rest) {
+  SqlScanner scanner(rest);
+  bool ordered = false;
+  for (SqlToken token = scanner.Next(); token.kind != SqlToken::Kind::kEnd;
+       token = scanner.Next()) {
+    if (ordered && token.kind == SqlToken::Kind::kNumber) return true;
+    ordered = ordered || token.Is("ORDER");
+  }
+  return false;
+}
+
 }  // namespace
 
 std::unique_ptr<ProviderSession> SqliteSession::Open(const ParsedConnectionString& connection,
@@ -74,6 +93,7 @@ SqliteSession::SqliteSession(const std::string& path, const SessionSettings& set
     throw;
   }
   timeout_ = settings.command_timeout;
+  idle_statements_.reserve(kIdleStatements);
 }
 
 SqliteSession::~SqliteSession() {
@@ -126,13 +146,19 @@ bool SqliteSession::TimeIsUp() const {
 }
 
 sqlite3_stmt* SqliteSession::TakeStatement(std::string_view text) {
-  std::string key(text);
-  const auto idle = idle_statements_.find(key);
-  if (idle != idle_statements_.end()) {
-    sqlite3_stmt* statement = idle->second;
+  const std::size_t hash = std::hash<std::string_view>()(text);
+  for (auto idle = idle_statements_.end(); idle != idle_statements_.begin();) {
+    --idle;
+    if (idle->hash != hash || text != sqlite3_sql(idle->statement)) continue;
+    sqlite3_stmt* statement = idle->statement;
     idle_statements_.erase(idle);
     return statement;
   }
+  return NewStatement(text);
+}
+
+sqlite3_stmt* SqliteSession::NewStatement(std::string_view text) {
+  std::string key(text);
   StartClock();
   sqlite3_stmt* statement = nullptr;
   const char* tail = nullptr;
@@ -149,16 +175,27 @@ sqlite3_stmt* SqliteSession::TakeStatement(std::string_view text) {
 void SqliteSession::GiveBack(sqlite3_stmt* statement) noexcept {
   sqlite3_reset(statement);
   sqlite3_clear_bindings(statement);
-  try {
-    if (idle_statements_.size() >= kIdleStatements) ForgetStatements();
-    idle_statements_.emplace(sqlite3_sql(statement), statement);
-  } catch (...) {
-    sqlite3_finalize(statement);
+  if (idle_statements_.size() == kIdleStatements) {
+    sqlite3_finalize(idle_statements_.front().statement);
+    idle_statements_.erase(idle_statements_.begin());
   }
+  idle_statements_.push_back({std::hash<std::string_view>()(sqlite3_sql(statement)), statement});
+}
+
+sqlite3_stmt* SqliteSession::TakeStatement(SqliteForm& form) {
+  sqlite3_stmt* idle = std::exchange(form.idle, nullptr);
+  return idle != nullptr ? idle : NewStatement(form.prepared);
+}
+
+void SqliteSession::GiveBack(SqliteForm& form, sqlite3_stmt* statement) noexcept {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);
+  sqlite3_finalize(std::exchange(form.idle, statement));
 }
 
 void SqliteSession::ForgetStatements() noexcept {
-  for (const auto& [text, statement] : idle_statements_) sqlite3_finalize(statement);
+  forms_.Forget();
+  for (const Idle& idle : idle_statements_) sqlite3_finalize(idle.statement);
   idle_statements_.clear();
 }
 
@@ -176,6 +213,11 @@ int SqliteSession::StepWaiting(sqlite3_stmt* statement) {
 
 void SqliteSession::Raise(int code, std::string_view statement) const {
   RaiseSqlite(code, sqlite3_errmsg(db_), statement);
+}
+
+void SqliteSession::RollbackTransaction() {
+  forms_.Forget();  // changes of tables are taken back too
+  Run("ROLLBACK");
 }
 
 void SqliteSession::Run(const char* text) {
@@ -212,17 +254,79 @@ bool SqliteSession::KeepsReals(const SqliteTable& table, const std::string& colu
   return holds("REAL") || holds("FLOA") || holds("DOUB");
 }
 
+std::unique_ptr<ProviderStatement> SqliteSession::PrepareKnown(std::string_view text,
+                                                               bool with_identity) {
+  const auto fitting = forms_.Fit(text, with_identity);
+  if (!fitting) return nullptr;
+  try {
+    return std::make_unique<SqliteRowStatement>(*this, *fitting, text);
+  } catch (const Error&) {
+    fitting->form->spoilt = true;  // the text itself will tell why
+    return nullptr;
+  }
+}
+
 std::unique_ptr<ProviderStatement> SqliteSession::Prepare(std::string_view text, bool with_identity,
                                                           bool /*stream*/) {
   const std::string translated = InSqliteDialect(text);
-  auto plain_statement = std::make_unique<SqliteRowStatement>(*this, translated, text, nullptr);
-  if (!with_identity || !plain_statement->HasRows()) return plain_statement;
-  const auto plain = ParsePlainSelect(translated);
-  if (!plain) return plain_statement;
+  if (with_identity) {
+    if (auto statement = PrepareWithIdentity(translated, text)) return statement;
+  }
+  auto statement = std::make_unique<SqliteRowStatement>(*this, translated, text, nullptr);
+  if (!statement->HasRows()) {
+    // Whatever is no change of rows may change tables.
+    if (!IsChangeOfRows(translated)) forms_.Forget();
+    forms_.LearnInsert(text);
+  } else if (!with_identity && EndsInDigit(text) && translated == text) {
+    const auto plain = ParsePlainSelect(text);
+    if (plain && IsKey(*plain, SqliteForms::KeyTested(*plain))) {
+      forms_.LearnSelect(text, *plain, nullptr);
+    }
+  }
+  return statement;
+}
+
+// Null when the rows of the text have no identity, or it has to be looked at without: for a fault
+// in the text itself, or since it may order by the number of a column.
+std::unique_ptr<ProviderStatement> SqliteSession::PrepareWithIdentity(std::string_view text,
+                                                                      std::string_view given) {
+  const auto plain = ParsePlainSelect(text);
+  if (!plain) return nullptr;
   auto table = FindTable(*this, *plain);
-  if (table == nullptr) return plain_statement;
+  if (table == nullptr) return nullptr;
   const std::string extended = table->WithIdentity(plain->rest);
-  return std::make_unique<SqliteRowStatement>(*this, extended, text, std::move(table));
+  if (MayOrderByPlace(plain->rest)) {
+    SqliteStatement checked(*this, text);
+  }
+  std::unique_ptr<ProviderStatement> statement;
+  try {
+    statement = std::make_unique<SqliteRowStatement>(*this, extended, given, table);
+  } catch (const Error&) {
+    SqliteStatement checked(*this, text);  // fails by the text as it was given, if that is at fault
+    throw;
+  }
+  if (text == given && IsKey(*plain, SqliteForms::KeyTested(*plain))) {
+    forms_.LearnSelect(given, *plain, std::move(table));
+  }
+  return statement;
+}
+
+// Whether that column alone is the key of the statement's table, and a whole number.
+bool SqliteSession::IsKey(const PlainSelect& plain, const std::string& column) const {
+  if (column.empty() || !IsTable(plain.schema, plain.table) ||
+      !IsRowNumber(plain.schema, plain.table, column.c_str())) {
+    return false;
+  }
+  sqlite3_stmt* keys = nullptr;
+  const char* text = plain.schema.empty()
+                         ? "SELECT count(*) FROM pragma_table_info(?) WHERE pk > 0"
+                         : "SELECT count(*) FROM pragma_table_info(?, ?) WHERE pk > 0";
+  sqlite3_prepare_v2(db_, text, -1, &keys, nullptr);
+  sqlite3_bind_text(keys, 1, plain.table.c_str(), -1, SQLITE_STATIC);
+  if (!plain.schema.empty()) sqlite3_bind_text(keys, 2, plain.schema.c_str(), -1, SQLITE_STATIC);
+  const bool one = sqlite3_step(keys) == SQLITE_ROW && sqlite3_column_int(keys, 0) == 1;
+  sqlite3_finalize(keys);
+  return one;
 }
 
 std::unique_ptr<ProviderStatement> SqliteSession::PrepareTable(std::string_view name) {
@@ -240,7 +344,7 @@ std::unique_ptr<ProviderStatement> SqliteSession::PrepareTable(std::string_view 
   return std::make_unique<SqliteRowStatement>(*this, extended, text, std::move(table));
 }
 
-RowShape SqliteSession::TableShape(std::string_view table) {
+RowShapePointer SqliteSession::TableShape(std::string_view table) {
   auto statement = PrepareTable(table);
   auto& rows = static_cast<SqliteRowStatement&>(*statement);
   rows.ReadShape();

@@ -12,9 +12,10 @@
 #include <chrono>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "dataaccess/provider.h"
+#include "dataaccess/providers/sqlite/sqlite_forms.h"
 #include "dataaccess/providers/sqlite/sqlite_table.h"
 
 namespace qm {
@@ -30,10 +31,12 @@ class SqliteSession : public ProviderSession {
 
   void SetCommandTimeout(std::int32_t seconds) override { timeout_ = seconds; }
   std::int32_t IsolationLevel() const override { return isolation_level_; }
+  std::unique_ptr<ProviderStatement> PrepareKnown(std::string_view text,
+                                                  bool with_identity) override;
   std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
                                              bool stream) override;
   std::unique_ptr<ProviderStatement> PrepareTable(std::string_view table) override;
-  RowShape TableShape(std::string_view table) override;
+  RowShapePointer TableShape(std::string_view table) override;
   bool ReadRow(const RowOrigin& origin, RowIdentity identity, Row& row, bool lock) override;
   std::shared_ptr<const RowOrder> FindOrder(const RowShape& shape, std::string_view index) override;
   std::vector<Row> ReadPage(const RowOrigin& origin, const RowOrder& order, PageRange range,
@@ -44,13 +47,15 @@ class SqliteSession : public ProviderSession {
   Row InsertRow(const RowOrigin& origin, std::span<const ColumnChange> values) override;
   void BeginTransaction() override { Run("BEGIN IMMEDIATE"); }
   void CommitTransaction() override { Run("COMMIT"); }
-  void RollbackTransaction() override { Run("ROLLBACK"); }
+  void RollbackTransaction() override;
   bool InTransaction() const override { return sqlite3_get_autocommit(db_) == 0; }
   Variant StoredForm(const Variant& value) const override;
 
   // For the statements of this session.
   sqlite3_stmt* TakeStatement(std::string_view text);
   void GiveBack(sqlite3_stmt* statement) noexcept;
+  sqlite3_stmt* TakeStatement(SqliteForm& form);
+  void GiveBack(SqliteForm& form, sqlite3_stmt* statement) noexcept;
   int StepWaiting(sqlite3_stmt* statement);
   [[noreturn]] void Raise(int code, std::string_view statement) const;
   std::int64_t TotalChanges() const { return sqlite3_total_changes64(db_); }
@@ -64,6 +69,10 @@ class SqliteSession : public ProviderSession {
   bool TimeIsUp() const;
   void Connect(const std::string& path, std::int32_t mode);
   void Run(const char* text);
+  sqlite3_stmt* NewStatement(std::string_view text);
+  std::unique_ptr<ProviderStatement> PrepareWithIdentity(std::string_view text,
+                                                         std::string_view given);
+  bool IsKey(const PlainSelect& plain, const std::string& column) const;
   bool KeepsReals(const SqliteTable& table, const std::string& column) const;
   void ForgetStatements() noexcept;
 
@@ -71,8 +80,13 @@ class SqliteSession : public ProviderSession {
   std::int32_t timeout_ = 0;
   std::int32_t isolation_level_;
   std::chrono::steady_clock::time_point deadline_;
-  /// Prepared statements that nobody uses, by their text.
-  std::unordered_multimap<std::string, sqlite3_stmt*> idle_statements_;
+  struct Idle {
+    std::size_t hash;  ///< of its text
+    sqlite3_stmt* statement;
+  };
+  /// Prepared statements that nobody uses, the one used last at the end.
+  std::vector<Idle> idle_statements_;
+  SqliteForms forms_;
 };
 
 }  // namespace qm

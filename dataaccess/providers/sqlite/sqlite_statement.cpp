@@ -11,7 +11,32 @@ namespace qm {
 SqliteStatement::SqliteStatement(SqliteSession& session, std::string_view text)
     : session_(session), statement_(session.TakeStatement(text)) {}
 
-SqliteStatement::~SqliteStatement() { session_.GiveBack(statement_); }
+// The values stay where they are for as long as they are bound: in the text kept here.
+SqliteStatement::SqliteStatement(SqliteSession& session, const SqliteForms::Fitting& fitting,
+                                 std::string_view text)
+    : session_(session),
+      form_(fitting.form),
+      statement_(session.TakeStatement(*form_)),
+      shown_text_(text),
+      preparations_(sqlite3_stmt_status(statement_, SQLITE_STMTSTATUS_REPREPARE, 0)) {
+  for (const SqliteConstant& value : fitting.values) {
+    const int at = ++bound_;
+    if (value.is_text) {
+      const char* kept = shown_text_.data() + (value.text.data() - text.data());
+      sqlite3_bind_text64(statement_, at, kept, value.text.size(), SQLITE_STATIC, SQLITE_UTF8);
+    } else {
+      sqlite3_bind_int64(statement_, at, value.number);
+    }
+  }
+}
+
+SqliteStatement::~SqliteStatement() {
+  if (form_) {
+    session_.GiveBack(*form_, statement_);
+  } else {
+    session_.GiveBack(statement_);
+  }
+}
 
 void SqliteStatement::Bind(const Variant& given) {
   const Variant value = session_.StoredForm(given);
@@ -39,31 +64,41 @@ bool SqliteStatement::Step() {
   session_.Raise(code, shown_text_.empty() ? sqlite3_sql(statement_) : shown_text_);
 }
 
-Variant SqliteStatement::Value(int column) const {
+void SqliteStatement::ReadValue(int column, Variant& value) const {
   switch (sqlite3_column_type(statement_, column)) {
     case SQLITE_INTEGER: {
-      const std::int64_t value = sqlite3_column_int64(statement_, column);
-      const bool fits = value >= std::numeric_limits<std::int32_t>::min() &&
-                        value <= std::numeric_limits<std::int32_t>::max();
-      return fits ? Variant(static_cast<std::int32_t>(value)) : Variant(value);
+      const std::int64_t number = sqlite3_column_int64(statement_, column);
+      const bool fits = number >= std::numeric_limits<std::int32_t>::min() &&
+                        number <= std::numeric_limits<std::int32_t>::max();
+      value = fits ? Variant(static_cast<std::int32_t>(number)) : Variant(number);
+      return;
     }
     case SQLITE_FLOAT:
-      return sqlite3_column_double(statement_, column);
+      value = sqlite3_column_double(statement_, column);
+      return;
     case SQLITE_NULL:
-      return Variant::Null();
+      value = Variant::Null();
+      return;
     default: {
       const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_, column));
       const int size = sqlite3_column_bytes(statement_, column);
-      return bytes == nullptr ? std::string() : std::string(bytes, static_cast<std::size_t>(size));
+      value.AssignText(bytes == nullptr ? std::string_view()
+                                        : std::string_view(bytes, static_cast<std::size_t>(size)));
     }
   }
 }
 
+Variant SqliteStatement::Value(int column) const {
+  Variant value;
+  ReadValue(column, value);
+  return value;
+}
+
+// A row that is filled again keeps the room of its texts.
 void SqliteStatement::ReadRow(Row& row) const {
   const int count = ColumnCount();
-  row.clear();
-  row.reserve(static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) row.push_back(Value(i));
+  row.resize(static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) ReadValue(i, row[static_cast<std::size_t>(i)]);
 }
 
 SqliteRowStatement::SqliteRowStatement(SqliteSession& session, std::string_view prepared_text,
@@ -72,6 +107,13 @@ SqliteRowStatement::SqliteRowStatement(SqliteSession& session, std::string_view 
     : session_(session), statement_(session, prepared_text), table_(std::move(table)) {
   statement_.ShowAs(caller_text);
 }
+
+SqliteRowStatement::SqliteRowStatement(SqliteSession& session, const SqliteForms::Fitting& fitting,
+                                       std::string_view caller_text)
+    : session_(session),
+      statement_(session, fitting, caller_text),
+      form_(fitting.form),
+      table_(form_->table) {}
 
 bool SqliteRowStatement::HasRows() const { return statement_.ColumnCount() > 0; }
 
@@ -82,21 +124,36 @@ bool SqliteRowStatement::Writes() const {
 
 void SqliteRowStatement::Start() {
   const std::int64_t before = session_.TotalChanges();
+  if (form_) form_->spoilt = true;  // should it fail
   on_row_ = statement_.Step();
+  if (form_) TakeShapeOfForm();
   if (HasRows()) {
-    ReadShape();
+    if (!shape_) ReadShape();
   } else if (session_.TotalChanges() != before) {
     rows_affected_ = session_.LastChanges();
   }
 }
 
+// The engine prepares a statement again when tables have changed.
+void SqliteRowStatement::TakeShapeOfForm() {
+  const int preparations = sqlite3_stmt_status(statement_.handle(), SQLITE_STMTSTATUS_REPREPARE, 0);
+  if (preparations != statement_.preparations()) return;
+  form_->spoilt = false;
+  if (!HasRows()) return;
+  if (!form_->shape) {
+    ReadShape();
+    form_->shape = shape_;
+  }
+  shape_ = form_->shape;
+}
+
 void SqliteRowStatement::ReadShape() {
   sqlite3_stmt* handle = statement_.handle();
-  shape_.origin = table_;
+  RowShape shape;
+  shape.origin = table_;
   const int hidden = table_ != nullptr ? static_cast<int>(table_->IdentityWidth()) : 0;
   const int count = statement_.ColumnCount() - hidden;
-  shape_.columns.clear();
-  shape_.columns.reserve(static_cast<std::size_t>(count));
+  shape.columns.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     Column column;
     column.name = sqlite3_column_name(handle, i);
@@ -106,8 +163,9 @@ void SqliteRowStatement::ReadShape() {
         EqualsIgnoreCase(table, table_->name)) {
       column.origin = origin;
     }
-    shape_.columns.push_back(std::move(column));
+    shape.columns.push_back(std::move(column));
   }
+  shape_ = std::make_shared<const RowShape>(std::move(shape));
 }
 
 bool SqliteRowStatement::Next(Row& row) {

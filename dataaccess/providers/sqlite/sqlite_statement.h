@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "dataaccess/provider.h"
+#include "dataaccess/providers/sqlite/sqlite_forms.h"
 #include "dataaccess/providers/sqlite/sqlite_table.h"
 
 namespace qm {
@@ -16,6 +17,9 @@ class SqliteSession;
 class SqliteStatement {
  public:
   SqliteStatement(SqliteSession& session, std::string_view text);
+  /// Of a form: its values are bound, and errors carry `text`, of which they are views.
+  SqliteStatement(SqliteSession& session, const SqliteForms::Fitting& fitting,
+                  std::string_view text);
   ~SqliteStatement();
   SqliteStatement(const SqliteStatement&) = delete;
   SqliteStatement& operator=(const SqliteStatement&) = delete;
@@ -26,16 +30,21 @@ class SqliteStatement {
   bool Step();
   int ColumnCount() const { return sqlite3_column_count(statement_); }
   Variant Value(int column) const;
+  void ReadValue(int column, Variant& value) const;
   bool IsBinary(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_BLOB; }
   void ReadRow(Row& row) const;
   sqlite3_stmt* handle() const { return statement_; }
+  /// How often the engine had prepared it when it was taken.
+  int preparations() const { return preparations_; }
   /// The text that errors carry, where it is not the one that was prepared.
   void ShowAs(std::string_view text) { shown_text_ = text; }
 
  private:
   SqliteSession& session_;
+  std::shared_ptr<SqliteForm> form_;
   sqlite3_stmt* statement_;
   std::string shown_text_;
+  int preparations_ = 0;
   int bound_ = 0;
   bool started_ = false;
 };
@@ -46,11 +55,14 @@ class SqliteRowStatement : public ProviderStatement {
   /// `table` is null when the rows have no identity.
   SqliteRowStatement(SqliteSession& session, std::string_view prepared_text,
                      std::string_view caller_text, std::shared_ptr<const SqliteTable> table);
+  /// A statement of a form.
+  SqliteRowStatement(SqliteSession& session, const SqliteForms::Fitting& fitting,
+                     std::string_view caller_text);
 
   bool HasRows() const override;
   bool Writes() const override;
   void Start() override;
-  const RowShape& Shape() const override { return shape_; }
+  const RowShapePointer& Shape() const override { return shape_; }
   bool Next(Row& row) override;
   std::int64_t RowsAffected() const override { return rows_affected_; }
 
@@ -58,10 +70,13 @@ class SqliteRowStatement : public ProviderStatement {
   void ReadShape();
 
  private:
+  void TakeShapeOfForm();
+
   SqliteSession& session_;
   SqliteStatement statement_;
+  std::shared_ptr<SqliteForm> form_;
   std::shared_ptr<const SqliteTable> table_;
-  RowShape shape_;
+  RowShapePointer shape_;
   std::int64_t rows_affected_ = 0;
   bool on_row_ = false;
 };
