@@ -1,5 +1,6 @@
 #include "dataaccess/provider.h"
 
+#include <qm/conversions.h>
 #include <qm/error.h>
 
 #include "dataaccess/data_error.h"
@@ -31,6 +32,13 @@ int RowShape::Find(std::string_view name) const {
     named_ = true;
   }
   return names_.Find(name);
+}
+
+std::string_view ProviderStatement::Text(std::size_t column, std::string& room) const {
+  const Variant& value = row_.at(column);
+  if (const auto* text = value.GetIf<std::string>()) return *text;
+  room = ToTextOrEmpty(value);
+  return room;
 }
 
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,
