@@ -46,6 +46,15 @@ bool EqualsCompared(std::string_view value, std::string_view compared, std::stri
   return same == compared.size();
 }
 
+// A library may give any result; one that cannot be loaded fails at the first comparison.
+bool IsComparisonBuiltIn() {
+  try {
+    return FindComparisonLibrary() == nullptr;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
 }  // namespace
 
 // The cut comes before the quotes go.
@@ -101,7 +110,7 @@ MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
 
 void MatchScorer::FindBounds() {
   const auto& rules = CurrentMatching().rules;
-  is_bounded_ = FindComparisonLibrary() == nullptr;
+  is_bounded_ = IsComparisonBuiltIn();
   double sum = 0;
   for (std::size_t i = 0; i < rules.size() && is_bounded_; ++i) {
     Applied& applied = rules_[i];

@@ -115,6 +115,12 @@ TEST_F(Search, Failures) {
     EXPECT_EQ(LastRule(), failing);
   }
   registry.Fill("tblBlockingParameters", "");
+  // A script that fails for some patient fails the search, also where nobody can reach the cut-off.
+  registry.LoadRules(
+      "('sex', 5, NULL, 1, 0), ('Left(\"AB\", 1 - 2 * Len(<<middlename>>))', 1, NULL, 1, 0)");
+  registry.matcher.SetCutoffScore(1000);
+  EXPECT_EQ(Raises([&] { Remote(); }).number, -2147216504);
+  EXPECT_EQ(LastRule(), "Left(\"AB\", 1 - 2 * Len(<<middlename>>))");
   EXPECT_EQ(Raises([&] { Remote("6"); }).number, -2147216504);  // no such abstract
   // A connection that cannot be made is its own error; a closed one is told as a result.
   EXPECT_EQ(Raises([&] {
