@@ -9,6 +9,7 @@
 
 #include "dataaccess/data_error.h"
 #include "dataaccess/recordset_impl.h"
+#include "dataaccess/statement_splitter.h"
 
 namespace qm {
 
@@ -148,6 +149,15 @@ void ConnectionImpl::SetStatementObserver(StatementObserver observer) {
 
 void ConnectionImpl::Observe(std::string_view text) const {
   if (observer_) observer_(text);
+}
+
+std::unique_ptr<ProviderStatement> ConnectionImpl::Prepare(std::string_view text,
+                                                           bool with_identity, bool stream) const {
+  ProviderSession& session = RequireSession();
+  auto statement = session.PrepareKnown(text, with_identity);
+  if (statement) return statement;
+  RequireSingleStatement(text, session.Quoting());
+  return session.Prepare(text, with_identity, stream);
 }
 
 void ConnectionImpl::PrepareToWrite() {

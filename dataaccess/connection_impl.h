@@ -46,9 +46,12 @@ class ConnectionImpl final : public Connection {
   std::int64_t StatementCount() const override;
   void SetStatementObserver(StatementObserver observer) override;
 
-  // For its recordsets.
+  // For its recordsets and text rows.
 
   ProviderSession& RequireSession() const;  ///< 3704 when closed
+  /// A statement of a caller's: see `ProviderSession::Prepare`.
+  std::unique_ptr<ProviderStatement> Prepare(std::string_view text, bool with_identity,
+                                             bool stream) const;
   void Observe(std::string_view text) const;
   void Register(RecordsetImpl* recordset) { recordsets_.push_back(recordset); }
   void Unregister(RecordsetImpl* recordset) { std::erase(recordsets_, recordset); }

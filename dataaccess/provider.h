@@ -94,8 +94,17 @@ class ProviderStatement {
   virtual const RowShapePointer& Shape() const = 0;
   /// Delivers the next row; false, once and for all, after the last one.
   virtual bool Next(Row& row) = 0;
+  /// Moves to the next row, whose values can be read until the next move; false after the last one.
+  /// The rows of one statement are read either so or by `Next`.
+  virtual bool Move() { return Next(row_); }
+  /// A value as text, Null as none: where it lies, or in `room`.
+  virtual std::string_view Text(std::size_t column, std::string& room) const;
+  virtual Variant Value(std::size_t column) const { return row_.at(column); }
   /// Rows changed by a statement without rows.
   virtual std::int64_t RowsAffected() const = 0;
+
+ private:
+  Row row_;  // moved to
 };
 
 class ProviderSession {

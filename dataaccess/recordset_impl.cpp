@@ -9,7 +9,6 @@
 
 #include "dataaccess/data_error.h"
 #include "dataaccess/sql_scanner.h"
-#include "dataaccess/statement_splitter.h"
 #include "runtime/text.h"
 
 namespace qm {
@@ -140,12 +139,7 @@ RecordsetImpl::Opened RecordsetImpl::RunSource(ConnectionImpl& connection) const
                              (cursor_type_ == kOpenKeyset || cursor_type_ == kOpenDynamic);
     const bool stream = cursor_location_ != kUseClient && cursor_type_ == kOpenForwardOnly;
     const bool with_identity = by_identity || lock_type_ != kLockReadOnly;
-    auto statement = session.PrepareKnown(source_, with_identity);
-    if (!statement) {
-      RequireSingleStatement(source_, session.Quoting());
-      statement = session.Prepare(source_, with_identity, stream);
-    }
-    return RunStatement(connection, std::move(statement));
+    return RunStatement(connection, connection.Prepare(source_, with_identity, stream));
   }
   if (options_ == kCommandTableDirect && max_records_ == 0) {
     RowShapePointer shape = session.TableShape(source_);

@@ -5,6 +5,7 @@
 
 #include <qm/conversions.h>
 
+#include "dataaccess/text_rows.h"
 #include "matching/match_field.h"
 #include "matching/match_scorer.h"
 #include "matching/matching_state.h"
@@ -64,7 +65,7 @@ std::string BlockingCondition(const std::vector<BlockingRule>& rules) {
   return condition;
 }
 
-Candidate MakeCandidate(const Recordset& row, std::int16_t score) {
+Candidate MakeCandidate(const TextRows& row, std::int16_t score) {
   Candidate candidate;
   candidate.match = {ToInt32(Variant(ToText(row.Value("PatientID")))), score};
   candidate.lastname = ToTextOrEmpty(row.Value("lastname"));
@@ -87,17 +88,15 @@ std::vector<Candidate> FindCandidates(const std::shared_ptr<Connection>& connect
 
   std::vector<Candidate> found;
   MatchScorer scorer(abstract, options.escape_quotes ? ValueText::kEscaped : ValueText::kPlain);
-  const auto rows = connection->CreateRecordset();
-  rows->Open(query, connection);
+  TextRows rows(connection, query);
   state.rule_in_work.clear();
-  for (const Recordset& row : rows->Rows()) {
+  while (rows.Next()) {
     std::vector<RuleScore> rules;
-    const std::int16_t score = scorer.Score(row, options.explain ? &rules : nullptr);
-    if (score < cutoff) continue;
-    found.push_back(MakeCandidate(row, score));
+    const auto score = scorer.ScoreFrom(cutoff, rows, options.explain ? &rules : nullptr);
+    if (!score) continue;
+    found.push_back(MakeCandidate(rows, *score));
     found.back().rules = std::move(rules);
   }
-  rows->Close();
 
   std::stable_sort(found.begin(), found.end(), [&](const Candidate& x, const Candidate& y) {
     if (x.match.score != y.match.score) return x.match.score > y.match.score;

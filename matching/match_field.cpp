@@ -104,11 +104,15 @@ std::string EvaluateExpression(std::string& expression, const FieldReader& field
 }
 
 std::string EvaluateMatchField(std::string& expression, const Recordset& record, ValueText values) {
+  return EvaluateMatchField(expression, RecordsetTexts(record), values);
+}
+
+std::string EvaluateMatchField(std::string& expression, const RowTexts& record, ValueText values) {
   const std::string rule = expression;
   const auto field = [&](std::string_view name) {
-    const int ordinal = record.FieldOrdinal(name);
-    if (ordinal < 0) RaiseNoSuchField(name, rule);
-    return ToTextOrEmpty(record.Value(ordinal));
+    const int column = record.Find(name);
+    if (column < 0) RaiseNoSuchField(name, rule);
+    return std::string(record.Text(column));
   };
   return EvaluateExpression(expression, field, values);
 }

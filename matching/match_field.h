@@ -12,6 +12,7 @@
 
 #include <qm/recordset.h>
 
+#include "dataaccess/text_rows.h"
 #include "expression/script_engine.h"
 
 namespace qm {
@@ -44,6 +45,7 @@ std::string EvaluateExpression(std::string& expression, const FieldReader& field
 /// always between single quotes. Errors of the look-up (3265) and of the script pass through.
 std::string EvaluateMatchField(std::string& expression, const Recordset& record,
                                ValueText values = ValueText::kPlain);
+std::string EvaluateMatchField(std::string& expression, const RowTexts& record, ValueText values);
 
 /// The calling thread's script engine, made at its first use: the object "Functions" with the
 /// member `Soundex` is added with its members global.

@@ -1,6 +1,7 @@
 #include "matching/match_scorer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <functional>
 #include <string_view>
@@ -21,10 +22,37 @@ namespace {
 
 constexpr std::size_t kMostKnown = 256;
 
-std::vector<int> ColumnsOf(const RuleExpression& expression, const Recordset& record) {
+// Totals that cannot overflow.
+constexpr double kMostOfAll = 16000;
+
+std::vector<int> ColumnsOf(const RuleExpression& expression, const RowTexts& record) {
   std::vector<int> columns;
-  for (const std::string& name : expression.fields()) columns.push_back(record.FieldOrdinal(name));
+  for (const std::string& name : expression.fields()) columns.push_back(record.Find(name));
   return columns;
+}
+
+// Whether `MakeCompared` would make `compared` of the value; mostly the first character tells.
+bool EqualsCompared(std::string_view value, std::string_view compared, std::string& room) {
+  std::size_t same = 0;
+  for (char c : value.substr(0, kComparedCharacters)) {
+    if (c == '\'') continue;
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+    if (static_cast<unsigned char>(c) >= 0x80 || same == compared.size()) {
+      MakeCompared(value, room);
+      return room == compared;
+    }
+    if (c != compared[same++]) return false;
+  }
+  return same == compared.size();
+}
+
+// A library may give any result; one that cannot be loaded fails at the first comparison.
+bool IsComparisonBuiltIn() {
+  try {
+    return FindComparisonLibrary() == nullptr;
+  } catch (const Error&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -77,29 +105,48 @@ MatchScorer::MatchScorer(const Recordset& abstract, ValueText values)
     applied.is_repeatable =
         !expression.IsColumn() && expression.IsFixed() && expression.fields().size() == 1;
   }
+  FindBounds();
 }
 
-void MatchScorer::BindColumns(const Recordset& block) {
+void MatchScorer::FindBounds() {
+  const auto& rules = CurrentMatching().rules;
+  is_bounded_ = IsComparisonBuiltIn();
+  double sum = 0;
+  for (std::size_t i = 0; i < rules.size() && is_bounded_; ++i) {
+    Applied& applied = rules_[i];
+    sum += std::abs(rules[i].weight) + 1;
+    is_bounded_ = (applied.expression.IsColumn() || applied.is_repeatable) &&
+                  sum < kMostOfAll;  // not for a weight that is no number either
+    if (!is_bounded_) return;
+    const double most =
+        rules[i].exact_match != 0 ? rules[i].weight : std::max(0.0, rules[i].weight);
+    applied.most = static_cast<std::int32_t>(std::ceil(most));
+  }
+}
+
+void MatchScorer::BindColumns(const RowTexts& block) {
   if (bound_to_ == &block) return;
   for (Applied& applied : rules_) applied.columns = ColumnsOf(applied.expression, block);
   bound_to_ = &block;
 }
 
-void MatchScorer::Evaluate(Applied& applied, const Recordset& record, std::span<const int> columns,
-                           std::string& compared) {
+const std::string& MatchScorer::Evaluate(Applied& applied, const RowTexts& record,
+                                         std::span<const int> columns, std::string& room) {
   const bool found = std::ranges::all_of(columns, [](int column) { return column >= 0; });
+  Known* known = nullptr;
+  if (found && applied.expression.IsColumn()) {
+    MakeCompared(record.Text(columns[0]), room);
+    return room;
+  }
+  if (found && applied.is_repeatable) {
+    const std::string_view field = record.Text(columns[0]);
+    applied.known.resize(kMostKnown);
+    known = &applied.known[std::hash<std::string_view>{}(field) % kMostKnown];
+    if (known->is_known && known->field == field) return known->compared;
+  }
   fields_.resize(columns.size());
   for (std::size_t i = 0; found && i < columns.size(); ++i) {
-    fields_[i] = ToTextOrEmpty(record.Value(columns[i]));
-  }
-  Known* known = nullptr;
-  if (found && applied.is_repeatable) {
-    applied.known.resize(kMostKnown);
-    known = &applied.known[std::hash<std::string>{}(fields_[0]) % kMostKnown];
-    if (known->is_known && known->field == fields_[0]) {
-      compared = known->compared;
-      return;
-    }
+    fields_[i] = record.Text(columns[i]);
   }
   if (!found || !applied.expression.Evaluate(fields_, values_, MatchScriptEngine(), value_)) {
     std::string rewritten = applied.expression.text();
@@ -107,13 +154,14 @@ void MatchScorer::Evaluate(Applied& applied, const Recordset& record, std::span<
     value_.assign(quoted, 1, quoted.size() - 2);
     known = nullptr;  // such a value may have become part of the script
   }
-  MakeCompared(value_, compared);
-  if (known != nullptr) *known = {fields_[0], compared, true};
+  MakeCompared(value_, room);
+  if (known != nullptr) *known = {fields_[0], room, true};
+  return room;
 }
 
 void MatchScorer::EvaluateAbstract(const MatchRule& rule, Applied& applied) {
-  std::string value;
-  Evaluate(applied, abstract_, ColumnsOf(applied.expression, abstract_), value);
+  std::string room;
+  std::string value = Evaluate(applied, abstract_, ColumnsOf(applied.expression, abstract_), room);
   const std::string_view trimmed = Trim(value);
   applied.abstract_is_missing = IsMissing(trimmed, rule);
   if (rule.exact_match == 0) applied.prepared.emplace(trimmed, rule.comparator_parameter);
@@ -127,41 +175,88 @@ std::int16_t MatchScorer::Compare(const Applied& applied, std::string_view patie
                               : CompareStrings(prepared.text(), patient, prepared.parameter()));
 }
 
-std::int16_t MatchScorer::Score(const Recordset& block, std::vector<RuleScore>* rules) {
-  MatchingState& state = CurrentMatching();
-  BindColumns(block);
+// With every approximate rule in full agreement. Scripts run all the same: they may fail.
+bool MatchScorer::CanReach(std::int32_t cutoff, const RowTexts& block, std::size_t& i) {
+  const auto& rules = CurrentMatching().rules;
+  std::int32_t most = 0;
+  for (i = 0; i < rules_.size(); ++i) {
+    Applied& applied = rules_[i];
+    const bool exact = rules[i].exact_match != 0;
+    if (!applied.expression.IsColumn()) {
+      const std::string& patient = Evaluate(applied, block, applied.columns, patient_value_);
+      if (exact && patient != *applied.abstract_value) continue;
+    } else if (exact && !EqualsCompared(block.Text(applied.columns[0]), *applied.abstract_value,
+                                        patient_value_)) {
+      continue;
+    }
+    if (!applied.abstract_is_missing) most += applied.most;
+  }
+  return most >= cutoff;
+}
+
+std::int16_t MatchScorer::Total(const RowTexts& block, std::vector<RuleScore>* rules,
+                                std::size_t& i) {
+  const MatchingState& state = CurrentMatching();
+  std::int32_t total = 0;
+  for (i = 0; i < rules_.size(); ++i) {
+    const MatchRule& rule = state.rules[i];
+    Applied& applied = rules_[i];
+    if (!applied.abstract_value) EvaluateAbstract(rule, applied);
+    const std::string& patient = Evaluate(applied, block, applied.columns, patient_value_);
+    const std::string_view b = Trim(patient);
+    const bool exact = rule.exact_match != 0;
+    const bool skipped = applied.abstract_is_missing || IsMissing(b, rule);
+    const std::int32_t before = total;
+    std::int16_t agreement = 0;
+    if (!skipped && !exact) {
+      agreement = Compare(applied, b);
+      total = AddAgreement(total, rule, agreement);
+    } else if (!skipped && *applied.abstract_value == patient) {
+      agreement = 100;
+      total = AddEquality(total, rule);
+    }
+    if (rules == nullptr) continue;
+    rules->push_back({applied.expression.text(), std::string(Trim(*applied.abstract_value)),
+                      std::string(b), skipped, exact, agreement, rule.weight,
+                      ChangeOf(before, total)});
+  }
+  is_started_ = true;
+  return NarrowInt16(total);
+}
+
+// `body` tells which rule is in work.
+template <typename Body>
+auto MatchScorer::Trapped(Body body) {
   std::size_t i = 0;
   try {
-    std::int32_t total = 0;
-    for (; i < rules_.size(); ++i) {
-      const MatchRule& rule = state.rules[i];
-      Applied& applied = rules_[i];
-      if (!applied.abstract_value) EvaluateAbstract(rule, applied);
-      Evaluate(applied, block, applied.columns, patient_value_);
-      const std::string_view b = Trim(patient_value_);
-      const bool exact = rule.exact_match != 0;
-      const bool skipped = applied.abstract_is_missing || IsMissing(b, rule);
-      const std::int32_t before = total;
-      std::int16_t agreement = 0;
-      if (!skipped && !exact) {
-        agreement = Compare(applied, b);
-        total = AddAgreement(total, rule, agreement);
-      } else if (!skipped && *applied.abstract_value == patient_value_) {
-        agreement = 100;
-        total = AddEquality(total, rule);
-      }
-      if (rules == nullptr) continue;
-      rules->push_back({applied.expression.text(), std::string(Trim(*applied.abstract_value)),
-                        std::string(b), skipped, exact, agreement, rule.weight,
-                        ChangeOf(before, total)});
-    }
-    return NarrowInt16(total);
+    return body(i);
   } catch (const Error& error) {
     if (!rules_.empty()) {
-      state.rule_in_work = rules_[std::min(i, rules_.size() - 1)].expression.text();
+      CurrentMatching().rule_in_work = rules_[std::min(i, rules_.size() - 1)].expression.text();
     }
     throw error.As(error.number(), error.source() + ", GetMatchScore");
   }
+}
+
+std::int16_t MatchScorer::Score(const RowTexts& block, std::vector<RuleScore>* rules) {
+  BindColumns(block);
+  return Trapped([&](std::size_t& rule) { return Total(block, rules, rule); });
+}
+
+std::int16_t MatchScorer::Score(const Recordset& block, std::vector<RuleScore>* rules) {
+  bound_to_ = nullptr;
+  return Score(RecordsetTexts(block), rules);
+}
+
+std::optional<std::int16_t> MatchScorer::ScoreFrom(std::int16_t cutoff, const RowTexts& block,
+                                                   std::vector<RuleScore>* rules) {
+  // The first candidate brings the abstract's side, and tells what the candidates lack.
+  if (is_bounded_ && is_started_ && bound_to_ == &block) {
+    const auto can_reach = [&](std::size_t& rule) { return CanReach(cutoff, block, rule); };
+    if (!Trapped(can_reach)) return std::nullopt;
+  }
+  const std::int16_t score = Score(block, rules);
+  return score >= cutoff ? std::optional(score) : std::nullopt;
 }
 
 }  // namespace qm

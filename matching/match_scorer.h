@@ -4,7 +4,8 @@
 // candidate that needs it and kept, so a scorer lives no longer than the abstract's row stands and
 // the rules stay. The columns of the candidates are found once for each recordset that they come
 // in. Cost of a candidate: one evaluation and one comparison a rule; a script is not run again for
-// a value that it met not long ago.
+// a value that it met not long ago. Of a candidate that cannot reach the cut-off even if every
+// approximate rule agreed, only the columns of exact rules and of scripts are read.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +21,7 @@
 #include <qm/recordset.h>
 
 #include "comparison/prepared_comparator.h"
+#include "dataaccess/text_rows.h"
 #include "matching/match_field.h"
 #include "matching/matching_state.h"
 #include "matching/rule_expression.h"
@@ -55,7 +57,11 @@ class MatchScorer {
   /// The weighted agreement of the row that `block` stands on; `rules`, when given, receives what
   /// each rule did. A failure keeps its number and description; its source gains
   /// ", GetMatchScore".
+  std::int16_t Score(const RowTexts& block, std::vector<RuleScore>* rules = nullptr);
   std::int16_t Score(const Recordset& block, std::vector<RuleScore>* rules = nullptr);
+  /// The same; none when it is below the cut-off.
+  std::optional<std::int16_t> ScoreFrom(std::int16_t cutoff, const RowTexts& block,
+                                        std::vector<RuleScore>* rules = nullptr);
 
  private:
   struct Known {
@@ -74,18 +80,27 @@ class MatchScorer {
     std::optional<PreparedComparator> prepared{};
     bool is_repeatable = false;  // equal fields give equal results
     std::vector<Known> known{};  // by hash of the field: what its script made of it
+    std::int32_t most = 0;       // it adds no more, where that is known
   };
 
-  void BindColumns(const Recordset& block);
+  void FindBounds();
+  void BindColumns(const RowTexts& block);
   void EvaluateAbstract(const MatchRule& rule, Applied& applied);
-  void Evaluate(Applied& applied, const Recordset& record, std::span<const int> columns,
-                std::string& compared);
+  // What is compared of a record: in `room`, or as it is remembered.
+  const std::string& Evaluate(Applied& applied, const RowTexts& record,
+                              std::span<const int> columns, std::string& room);
   std::int16_t Compare(const Applied& applied, std::string_view patient) const;
+  std::int16_t Total(const RowTexts& block, std::vector<RuleScore>* rules, std::size_t& rule);
+  bool CanReach(std::int32_t cutoff, const RowTexts& block, std::size_t& rule);
+  template <typename Body>
+  auto Trapped(Body body);
 
-  const Recordset& abstract_;
+  RecordsetTexts abstract_;
   ValueText values_;
   std::vector<Applied> rules_;
-  const Recordset* bound_to_ = nullptr;
+  bool is_bounded_ = false;  // no rule fails, unless its script does, and no total overflows
+  bool is_started_ = false;  // the abstract's side of every rule is known
+  const RowTexts* bound_to_ = nullptr;
   std::vector<std::string> fields_;
   std::string value_;
   std::string patient_value_;

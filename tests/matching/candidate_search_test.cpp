@@ -115,6 +115,12 @@ TEST_F(Search, Failures) {
     EXPECT_EQ(LastRule(), failing);
   }
   registry.Fill("tblBlockingParameters", "");
+  // A script that fails for some patient fails the search, also where nobody can reach the cut-off.
+  registry.LoadRules(
+      "('sex', 5, NULL, 1, 0), ('Left(\"AB\", 1 - 2 * Len(<<middlename>>))', 1, NULL, 1, 0)");
+  registry.matcher.SetCutoffScore(1000);
+  EXPECT_EQ(Raises([&] { Remote(); }).number, -2147216504);
+  EXPECT_EQ(LastRule(), "Left(\"AB\", 1 - 2 * Len(<<middlename>>))");
   EXPECT_EQ(Raises([&] { Remote("6"); }).number, -2147216504);  // no such abstract
   // A connection that cannot be made is its own error; a closed one is told as a result.
   EXPECT_EQ(Raises([&] {
@@ -135,8 +141,9 @@ TEST(SearchReference, RandomRows) {
   };
   const auto person = [&] {
     PlainRow row;
-    row["lastname"] = pick({"SMITH", "Smyth", "O'BRIEN", "OBRIEN", "LEE", "", " ", "UNKNOWN",
-                            "VANDERBERGHE-MONTGOMERY-SMITH", "VANDERBERGHE-MONTGOMERY-SMYTH"});
+    row["lastname"] =
+        pick({"SMITH", "smith ", "Smyth", "O'BRIEN", "'o brien", "OBRIEN", "LEE", "", " ",
+              "UNKNOWN", "VANDERBERGHE-MONTGOMERY-SMITH", "VANDERBERGHE-MONTGOMERY-SMYTH"});
     row["firstname"] = pick({"ANN", "ANNE", "JOHN", "JON", "", "O'DELL", " ANN"});
     row["birthdate"] = pick({"19500102", "19500201", "19510102", "99999999", ""});
     row["socsec"] = std::to_string(123456780 + random() % 12);
@@ -178,7 +185,8 @@ TEST(SearchReference, RandomRows) {
   registry.LoadRules(
       "('lastname', 20.5, 'UNKNOWN', 0, 0), ('lastname', 4, NULL, 0, 2), ('firstname', 10, NULL, 0,"
       " 1), ('Soundex(<<lastname>>)', 5, NULL, 1, 0), ('birthdate', 25, '99999999', 0, 3),"
-      " ('socsec', 40, '999999999,000000000', 0, 3), ('firstname', -3.5, NULL, 1, 0)");
+      " ('socsec', 40, '999999999,000000000', 0, 3), ('firstname', -3.5, NULL, 1, 0),"
+      " ('lastname', 50.5, 'UNKNOWN', 1, 0), ('socsec', 45, '999999999', 1, 0)");
   const std::string none = "~!*&%^^";
   const std::vector<PlainRule> rules = {{"lastname", false, 20.5, "UNKNOWN", false, 0},
                                         {"lastname", false, 4, none, false, 2},
@@ -186,7 +194,9 @@ TEST(SearchReference, RandomRows) {
                                         {"lastname", true, 5, none, true, 0},
                                         {"birthdate", false, 25, "99999999", false, 3},
                                         {"socsec", false, 40, "999999999,000000000", false, 3},
-                                        {"firstname", false, -3.5, none, true, 0}};
+                                        {"firstname", false, -3.5, none, true, 0},
+                                        {"lastname", false, 50.5, "UNKNOWN", true, 0},
+                                        {"socsec", false, 45, "999999999", true, 0}};
   for (int round = 0; round < 40; ++round) {
     const PlainRow abstract = person();
     std::string columns;
@@ -196,7 +206,7 @@ TEST(SearchReference, RandomRows) {
     CandidateOptions options;
     options.escape_quotes = true;
     options.ties = TieOrder::kPatientId;
-    options.cutoff = static_cast<std::int16_t>(random() % 90);
+    options.cutoff = static_cast<std::int16_t>(random() % 180);
     std::vector<std::pair<int, int>> found;
     for (const Candidate& candidate :
          FindCandidates(registry.database, *registry.Row(columns), options)) {

@@ -3,6 +3,8 @@
 #include <limits>
 #include <utility>
 
+#include <qm/conversions.h>
+
 #include "dataaccess/providers/sqlite/sqlite_session.h"
 #include "runtime/text.h"
 
@@ -101,6 +103,24 @@ void SqliteStatement::ReadRow(Row& row) const {
   for (int i = 0; i < count; ++i) ReadValue(i, row[static_cast<std::size_t>(i)]);
 }
 
+// A session belongs to one thread, so that a value may be asked without copying it.
+std::string_view SqliteStatement::Text(int column, std::string& room) const {
+  sqlite3_value* value = sqlite3_column_value(statement_, column);
+  switch (sqlite3_value_type(value)) {
+    case SQLITE_NULL:
+      return {};
+    case SQLITE_INTEGER:
+    case SQLITE_FLOAT:
+      room = ToTextOrEmpty(Value(column));
+      return room;
+    default: {
+      const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
+      if (bytes == nullptr) return {};
+      return {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+    }
+  }
+}
+
 SqliteRowStatement::SqliteRowStatement(SqliteSession& session, std::string_view prepared_text,
                                        std::string_view caller_text,
                                        std::shared_ptr<const SqliteTable> table)
@@ -173,6 +193,12 @@ bool SqliteRowStatement::Next(Row& row) {
   statement_.ReadRow(row);
   on_row_ = statement_.Step();
   return true;
+}
+
+bool SqliteRowStatement::Move() {
+  if (on_row_ && moved_) on_row_ = statement_.Step();
+  moved_ = true;
+  return on_row_;
 }
 
 }  // namespace qm

@@ -33,6 +33,8 @@ class SqliteStatement {
   void ReadValue(int column, Variant& value) const;
   bool IsBinary(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_BLOB; }
   void ReadRow(Row& row) const;
+  /// A value as text where it lies, until the next step; what is none, as text in `room`.
+  std::string_view Text(int column, std::string& room) const;
   sqlite3_stmt* handle() const { return statement_; }
   /// How often the engine had prepared it when it was taken.
   int preparations() const { return preparations_; }
@@ -64,6 +66,13 @@ class SqliteRowStatement : public ProviderStatement {
   void Start() override;
   const RowShapePointer& Shape() const override { return shape_; }
   bool Next(Row& row) override;
+  bool Move() override;
+  std::string_view Text(std::size_t column, std::string& room) const override {
+    return statement_.Text(static_cast<int>(column), room);
+  }
+  Variant Value(std::size_t column) const override {
+    return statement_.Value(static_cast<int>(column));
+  }
   std::int64_t RowsAffected() const override { return rows_affected_; }
 
   /// Columns and identity as the engine sees the statement now.
@@ -79,6 +88,7 @@ class SqliteRowStatement : public ProviderStatement {
   RowShapePointer shape_;
   std::int64_t rows_affected_ = 0;
   bool on_row_ = false;
+  bool moved_ = false;
 };
 
 }  // namespace qm
