@@ -232,6 +232,48 @@ TEST_F(ToolOnARegistry, FailuresNameWhatFailedAndNoValue) {
        {{"import", "-d", d_, d_ + "/truth.csv"}, 1, "", "NAACCR Parameters not found"}});
 }
 
+// In memory, whole or in parts, as one by one: the same lines, then the same failure.
+TEST_F(ToolOnARegistry, MatchingAllIsMatchingEach) {
+  for (const std::string change :
+       {"UPDATE Patients SET LastName = CAST(LastName AS BLOB) WHERE PatientID % 2 = 0",
+        "UPDATE Patients SET PatientID = PatientID + 4000000000 WHERE PatientID % 9 = 0",
+        "UPDATE Abstracts SET LastName = 'A' || char(0) WHERE AbsRefID = 3",
+        "INSERT INTO tblBlockingParameters (AbstractField) VALUES (NULL)",
+        "UPDATE tblBlockingParameters SET PatientField = 'nosuch', ignorevalues = '''1'',''2'''"
+        ", AbstractField = 'Sex'; UPDATE Abstracts SET Sex = '1'",
+        "UPDATE tblMatchingParameters SET FieldName = '<<LastName>>' WHERE FieldName = 'LastName'",
+        "DROP TABLE tblBlockingParameters", "DROP TABLE Patients",
+        "DELETE FROM Abstracts; DROP TABLE tblBlockingParameters"}) {
+    SCOPED_TRACE(change);
+    TempFolder folder;
+    const std::string d = folder.File("d");
+    fs::copy(d_, d, fs::copy_options::recursive);
+    SqliteFile(d + "/registry.db")
+        .Exec(
+            "DELETE FROM Abstracts WHERE AbsRefID > 4; UPDATE tblTLCParameters SET "
+            "PotentialPatientMatch = 1;" +
+            change);
+    ProgramResult each;
+    each.exit_code = 0;
+    std::string rows;
+    for (int i = 1; i <= 4 && each.exit_code == 0; ++i) {
+      if (QueryText(d + "/registry.db", "SELECT count(*) FROM Abstracts") == "0") break;
+      each = Qm({"match", "-d", d, "--abstract", std::to_string(i), "--format", "csv"});
+      if (const auto head = each.out.find('\n'); head != std::string::npos) {
+        rows += each.out.substr(head + 1);
+      }
+    }
+    for (const std::vector<std::string>& more : {std::vector<std::string>{}, {"--memory", "1"}}) {
+      std::vector<std::string> arguments = {"match", "-d", d, "--all", "--format", "csv"};
+      arguments.insert(arguments.end(), more.begin(), more.end());
+      const ProgramResult all = Qm(arguments);
+      EXPECT_EQ(all.exit_code, each.exit_code);
+      EXPECT_EQ(all.err.substr(0, all.err.find(d)), each.err.substr(0, each.err.find(d)));
+      EXPECT_EQ(all.out.empty() ? "" : all.out.substr(all.out.find('\n') + 1), rows);
+    }
+  }
+}
+
 TEST_F(ToolOnARegistry, LayoutPrintsOneFieldOrAll) {
   const std::string head =
       "Index,Item,Name,Start,Length,Justification,Prompting,AbsTable,PatTable,MedTable,"
