@@ -36,6 +36,10 @@ bool HasOwnProvider(const ParsedConnectionString& connection) {
   return IsOdbcString(connection) || FindProvider(connection) != nullptr;
 }
 
+ValueKind KindOf(const Variant& value) {
+  return value.IsNull() ? ValueKind::kNull : value.IsText() ? ValueKind::kText : ValueKind::kOther;
+}
+
 int RowShape::Find(std::string_view name) const {
   if (!named_) {
     names_.Clear(columns.size());
@@ -47,11 +51,16 @@ int RowShape::Find(std::string_view name) const {
   return names_.Find(name);
 }
 
-std::string_view ProviderStatement::Text(std::size_t column, std::string& room) const {
+ValueKind ProviderStatement::ReadText(std::size_t column, std::string& room,
+                                      std::string_view& text) const {
   const Variant& value = row_.at(column);
-  if (const auto* text = value.GetIf<std::string>()) return *text;
-  room = ToTextOrEmpty(value);
-  return room;
+  if (const auto* held = value.GetIf<std::string>()) {
+    text = *held;
+  } else {
+    room = ToTextOrEmpty(value);
+    text = room;
+  }
+  return KindOf(value);
 }
 
 std::unique_ptr<ProviderSession> OpenProviderSession(const ParsedConnectionString& connection,

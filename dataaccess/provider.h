@@ -56,6 +56,11 @@ class RowShape {
 };
 using RowShapePointer = std::shared_ptr<const RowShape>;
 
+/// What a value is, as far as those must know who read texts; binary where the engine tells it from
+/// text.
+enum class ValueKind : std::uint8_t { kNull, kText, kBinary, kOther };
+ValueKind KindOf(const Variant& value);
+
 struct ColumnChange {
   std::string column;
   Variant fetched;
@@ -97,8 +102,8 @@ class ProviderStatement {
   /// Moves to the next row, whose values can be read until the next move; false after the last one.
   /// The rows of one statement are read either so or by `Next`.
   virtual bool Move() { return Next(row_); }
-  /// A value as text, Null as none: where it lies, or in `room`.
-  virtual std::string_view Text(std::size_t column, std::string& room) const;
+  /// What a value is, and its text, Null as none: where it lies, or in `room`.
+  virtual ValueKind ReadText(std::size_t column, std::string& room, std::string_view& text) const;
   virtual Variant Value(std::size_t column) const { return row_.at(column); }
   /// Rows changed by a statement without rows.
   virtual std::int64_t RowsAffected() const = 0;

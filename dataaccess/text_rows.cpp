@@ -8,12 +8,14 @@
 
 namespace qm {
 
-std::string_view RecordsetTexts::Text(int column) const {
+ValueKind RecordsetTexts::Read(int column, std::string_view& text) const {
   const auto place = static_cast<std::size_t>(column);
-  std::string text = ToTextOrEmpty(recordset_.Value(column));
+  const Variant value = recordset_.Value(column);
+  std::string read = ToTextOrEmpty(value);
   if (rooms_.size() <= place) rooms_.resize(static_cast<std::size_t>(recordset_.FieldCount()));
-  rooms_[place] = std::move(text);
-  return rooms_[place];
+  rooms_[place] = std::move(read);
+  text = rooms_[place];
+  return KindOf(value);
 }
 
 TextRows::TextRows(const std::shared_ptr<Connection>& connection, std::string_view query)
@@ -31,7 +33,7 @@ TextRows::TextRows(const std::shared_ptr<Connection>& connection, std::string_vi
 Variant TextRows::Value(std::string_view name) const {
   const int column = Find(name);
   if (column < 0) RaiseData(kErrNoSuchItem, "column \"" + std::string(name) + "\"");
-  return statement_->Value(static_cast<std::size_t>(column));
+  return Value(column);
 }
 
 }  // namespace qm

@@ -26,8 +26,14 @@ class RowTexts {
   virtual ~RowTexts() = default;
   /// The place of a column; -1 when there is none.
   virtual int Find(std::string_view name) const = 0;
-  /// The column's value as text, Null as none; valid until the row is left.
-  virtual std::string_view Text(int column) const = 0;
+  /// What the column's value is, and its text, Null as none; valid until the row is left.
+  virtual ValueKind Read(int column, std::string_view& text) const = 0;
+  std::string_view Text(int column) const {
+    std::string_view text;
+    Read(column, text);
+    return text;
+  }
+  virtual Variant Value(int column) const = 0;
 };
 
 /// The row that a recordset stands on.
@@ -35,7 +41,8 @@ class RecordsetTexts final : public RowTexts {
  public:
   explicit RecordsetTexts(const Recordset& recordset) : recordset_(recordset) {}
   int Find(std::string_view name) const override { return recordset_.FieldOrdinal(name); }
-  std::string_view Text(int column) const override;
+  ValueKind Read(int column, std::string_view& text) const override;
+  Variant Value(int column) const override { return recordset_.Value(column); }
 
  private:
   const Recordset& recordset_;
@@ -48,9 +55,12 @@ class TextRows final : public RowTexts {
 
   bool Next() { return statement_->Move(); }
   int Find(std::string_view name) const override { return shape_->Find(name); }
-  std::string_view Text(int column) const override {
+  ValueKind Read(int column, std::string_view& text) const override {
     const auto place = static_cast<std::size_t>(column);
-    return statement_->Text(place, rooms_[place]);
+    return statement_->ReadText(place, rooms_[place], text);
+  }
+  Variant Value(int column) const override {
+    return statement_->Value(static_cast<std::size_t>(column));
   }
   /// The value as a recordset has it; 3265 for a name that the rows lack.
   Variant Value(std::string_view name) const;

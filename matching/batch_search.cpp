@@ -62,10 +62,10 @@ BatchSearch::~BatchSearch() = default;
 // The first one when the last was read.
 void BatchSearch::ReadPartition() {
   first_is_read_ = !more_;
-  if (!more_) reader_.Open();
+  if (!more_) reader_.Open(options_.memory);
   index_.reset();
   index_ = std::make_unique<CandidateIndex>(rules_);
-  more_ = reader_.Read(*index_, options_.memory, options_.threads, options_.reading);
+  more_ = reader_.Read(*index_, options_.threads, options_.reading);
 }
 
 void BatchSearch::NameFields(const Recordset& abstracts) {
@@ -130,7 +130,7 @@ std::size_t BatchSearch::SearchPartition(std::span<Record> records) {
   std::exception_ptr error;
   const std::int64_t room = options_.memory == 0 ? kMostCandidateBytes : options_.memory / 4;
   const auto search_some = [&](const MatchIndexProgress& progress) {
-    IndexSearch search(index_->rows, index_->rules);
+    IndexSearch search(index_->rows, index_->rules, index_->marks);
     for (std::size_t i; !stops && (i = next++) < records.size();) {
       if (!records[i].error_) SearchOne(search, records[i]);
       std::int64_t added = 0;

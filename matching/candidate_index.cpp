@@ -1,6 +1,8 @@
 #include "matching/candidate_index.h"
 
 #include <algorithm>
+#include <exception>
+#include <thread>
 #include <utility>
 
 #include <qm/conversions.h>
@@ -20,6 +22,8 @@ constexpr std::int64_t kRowsOfAStep = 1024;
   throw Error(kErrNotSupported, "QMDataObjects2",
               "Blocking by column \"" + column + "\" cannot be done in memory");
 }
+
+[[noreturn]] void RefuseBinary() { Refuse("of binary values"); }
 
 std::string Literal(std::string_view value) {
   std::string result = "'";
@@ -50,6 +54,8 @@ std::int32_t PatientIdOf(const Variant& key) {
 
 bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
+using Tried = CandidateIndex::Tried;
+
 // Some engines know of these letters only, and of no others in other case.
 std::string InOtherCase(const std::string& text) {
   std::string other = text;
@@ -59,13 +65,24 @@ std::string InOtherCase(const std::string& text) {
   return other == text ? LowerCase(text) : other;
 }
 
+// What is tried with a value.
+Tried Tries(std::string_view value) {
+  if (std::ranges::any_of(value, IsLetter)) return Tried::kLetters;
+  const bool plain =
+      std::ranges::none_of(value, [](char c) { return static_cast<unsigned char>(c) > 0x7F; });
+  return plain || InOtherCase(std::string(value)) == value ? Tried::kBlanks : Tried::kOtherLetters;
+}
+
+bool TellsMore(Tried tried, std::string_view value) {
+  return tried < Tries(value) && value.find('\0') == std::string_view::npos;
+}
+
 }  // namespace
 
 PatientReader::PatientReader(std::shared_ptr<Connection> connection, const IndexRules& rules)
     : connection_(std::move(connection)),
       columns_(rules.columns()),
       blocking_(rules.BlockingColumns()),
-      read_(columns_.size()),
       values_(columns_.size()) {}
 
 std::string PatientReader::Query(const std::string& condition) const {
@@ -78,27 +95,23 @@ std::int64_t PatientReader::Count(const std::string& condition) const {
   return ToInt32(connection_->Execute("SELECT count(*) FROM Patients" + condition)->Value(0));
 }
 
-// Binary values come as texts, and equal none for the engine. They are its greatest, so that an
-// index finds them.
+// Binary values equal no text for the engine, but come as texts in a recordset. They are its
+// greatest, so that an index finds them.
 void PatientReader::CheckNoBinary(const std::string& condition) const {
   if (!IsSqlite(*connection_)) return;
   std::string any;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     if (blocking_[i]) any.append(any.empty() ? "" : " OR ").append(columns_[i]).append(" >= x''");
   }
-  if (!any.empty() && Count(" WHERE (" + any + ")" + condition) != 0) Refuse("of binary values");
+  if (!any.empty() && Count(" WHERE (" + any + ")" + condition) != 0) RefuseBinary();
 }
 
 // A value in other letters and one with a blank behind are other values.
 void PatientReader::TryComparison(CandidateIndex& index, std::size_t column,
                                   std::int32_t patient_id, std::string_view value) const {
-  using Tried = CandidateIndex::Tried;
+  if (!TellsMore(index.tried[column], value)) return;
   const std::string sample(value);
   const std::string other = InOtherCase(sample);
-  const Tried tries = std::ranges::any_of(sample, IsLetter) ? Tried::kLetters
-                      : other != sample                     ? Tried::kOtherLetters
-                                                            : Tried::kBlanks;
-  if (index.tried[column] >= tries || sample.find('\0') != std::string::npos) return;
   const auto finds = [&](const std::string& text) {
     return Count(" WHERE PatientID = " + std::to_string(patient_id) + " AND " + columns_[column] +
                  " = " + Literal(text)) != 0;
@@ -106,7 +119,7 @@ void PatientReader::TryComparison(CandidateIndex& index, std::size_t column,
   if (!finds(sample) || finds(sample + " ") || (other != sample && finds(other))) {
     Refuse(columns_[column]);
   }
-  index.tried[column] = tries;
+  index.tried[column] = Tries(value);
 }
 
 // With a value that has letters, where there is one.
@@ -116,6 +129,7 @@ void PatientReader::TryComparisons(CandidateIndex& index) const {
     const PatientRows::Column& column = index.rows.columns()[i];
     for (PatientRows::Code code = 1; code < column.Limit(); ++code) {
       if (index.tried[i] == CandidateIndex::Tried::kLetters) break;
+      if (!column.values.Has(code - 1) || !TellsMore(index.tried[i], column.Text(code))) continue;
       const auto rows = index.rows.IndexedRows(column, code);
       if (rows.empty()) continue;
       const auto id = PatientRows::PatientId(index.rows.Row(rows[0]));
@@ -124,53 +138,91 @@ void PatientReader::TryComparisons(CandidateIndex& index) const {
   }
 }
 
-void PatientReader::Open() {
-  CheckNoBinary("");
+// An engine in the process gives each value where it lies, and bears other statements meanwhile.
+void PatientReader::Open(std::int64_t memory) {
   total_ = Count("");
   done_ = 0;
+  memory_ = memory;
+  in_place_.reset();
+  if (memory == 0 && IsSqlite(*connection_)) {
+    in_place_ = std::make_unique<TextRows>(connection_, Query(""));
+    has_patient_ = in_place_->Next();
+    return;
+  }
+  CheckNoBinary("");
   patients_ = connection_->CreateRecordset();
   patients_->Open(Query(""), connection_);
+  patient_ = std::make_unique<RecordsetTexts>(*patients_);
+}
+
+void PatientReader::NextPatient() {
+  if (in_place_) {
+    has_patient_ = in_place_->Next();
+  } else {
+    patients_->MoveNext();
+  }
 }
 
 // Into `values_`; gives the patient's identifier.
-std::int32_t PatientReader::TakeRow(const Recordset& row) {
+std::int32_t PatientReader::TakeRow(const RowTexts& row) {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    read_[i] = row.Value(static_cast<int>(i) + 1);
+    const int column = static_cast<int>(i) + 1;
+    std::string_view text;
+    const ValueKind kind = row.Read(column, text);
     values_[i].reset();
-    if (read_[i].IsNull()) continue;
-    if (!read_[i].IsText()) {
-      if (blocking_[i]) Refuse(columns_[i]);
-      read_[i] = ToText(read_[i]);
-    }
-    values_[i] = read_[i].Get<std::string>();
+    if (kind == ValueKind::kNull) continue;
+    if (kind == ValueKind::kBinary && blocking_[i]) RefuseBinary();
+    if (kind == ValueKind::kOther && blocking_[i]) Refuse(columns_[i]);
+    values_[i] = text;
   }
   return PatientIdOf(row.Value(0));
 }
 
-bool PatientReader::Read(CandidateIndex& index, std::int64_t memory, int threads,
-                         const MatchIndexProgress& progress) {
+// What the rules make of the values needs the values alone, in whatever order the rows are.
+void PatientReader::MakeReady(CandidateIndex& index, int threads) const {
+  std::exception_ptr error;
+  {
+    std::jthread other;
+    const auto extend = [&] { index.rules.Extend(index.rows, threads); };
+    if (threads > 1) {
+      other = std::jthread([&] {
+        try {
+          extend();
+        } catch (...) {
+          error = std::current_exception();
+        }
+      });
+    }
+    index.rows.IndexRows();
+    TryComparisons(index);
+    if (threads <= 1) extend();
+  }
+  if (error) std::rethrow_exception(error);
+  index.marks.Make(index.rows, index.rules);
+}
+
+bool PatientReader::Read(CandidateIndex& index, int threads, const MatchIndexProgress& progress) {
   // What is derived of the values, and what the search remembers of them, comes on top.
-  const auto room = static_cast<std::size_t>(memory) / 2;
+  const auto room = static_cast<std::size_t>(memory_) / 2;
   constexpr std::size_t kUsualRow = 32;
   const auto left = static_cast<std::size_t>(std::max<std::int64_t>(0, total_ - done_));
-  index.rows.Reserve(memory == 0 ? left : std::min(left, room / (4 * kUsualRow)));
+  index.rows.Reserve(memory_ == 0 ? left : std::min(left, room / (4 * kUsualRow)));
   {
     RowBuilder builder(index.rows);
-    for (; !patients_->Eof(); patients_->MoveNext()) {
+    const RowTexts& row = in_place_ ? static_cast<const RowTexts&>(*in_place_) : *patient_;
+    for (; HasPatient(); NextPatient()) {
       if (done_ % kRowsOfAStep == 0) {
         if (progress) progress(done_, total_);
-        if (memory != 0 && builder.Bytes() > room) break;
+        if (memory_ != 0 && builder.Bytes() > room) break;
       }
-      const std::int32_t patient_id = TakeRow(*patients_);
+      const std::int32_t patient_id = TakeRow(row);
       builder.Add(patient_id, values_);
       ++done_;
     }
     builder.Finish();
   }
-  index.rows.IndexRows();
-  TryComparisons(index);
-  index.rules.Extend(index.rows, threads);
-  return !patients_->Eof();
+  MakeReady(index, threads);
+  return HasPatient();
 }
 
 void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
@@ -178,23 +230,23 @@ void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
   CheckNoBinary(" AND " + condition);
   const auto rows = connection_->CreateRecordset();
   rows->Open(Query(" WHERE " + condition), connection_);
-  std::vector<std::vector<Variant>> taken;
-  for (const Recordset& row : rows->Rows()) {
-    TakeRow(row);
+  const RecordsetTexts texts(*rows);
+  std::vector<std::vector<std::optional<std::string>>> taken;
+  for (; !rows->Eof(); rows->MoveNext()) {
+    TakeRow(texts);
+    taken.emplace_back(values_.begin(), values_.end());
     for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (blocking_[i] && values_[i]) TryComparison(index, i, patient_id, *values_[i]);
+      if (blocking_[i] && values_[i]) TryComparison(index, i, patient_id, *taken.back()[i]);
     }
-    taken.push_back(read_);
   }
   index.rows.Remove(patient_id);
-  for (const std::vector<Variant>& row : taken) {
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      values_[i].reset();
-      if (!row[i].IsNull()) values_[i] = row[i].Get<std::string>();
-    }
+  for (const auto& row : taken) {
+    std::ranges::copy(row, values_.begin());
     index.rules.Extend(index.rows, index.rows.Add(patient_id, values_));
   }
-  if (index.rows.IsScattered()) index.rows.IndexRows();
+  const bool is_scattered = index.rows.IsScattered();
+  if (is_scattered) index.rows.IndexRows();
+  if (is_scattered || index.marks.AreStale(index.rules)) index.marks.Make(index.rows, index.rules);
 }
 
 }  // namespace qm

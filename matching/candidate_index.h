@@ -16,8 +16,10 @@
 #include <qm/match_index.h>
 #include <qm/recordset.h>
 
+#include "dataaccess/text_rows.h"
 #include "matching/index_rules.h"
 #include "matching/patient_rows.h"
+#include "matching/row_marks.h"
 
 namespace qm {
 
@@ -28,10 +30,11 @@ class CandidateIndex {
         rows(rules.columns(), rules.BlockingColumns()),
         tried(rules.columns().size()) {}
 
-  std::size_t Bytes() const { return rules.Bytes() + rows.Bytes(); }
+  std::size_t Bytes() const { return rules.Bytes() + rows.Bytes() + marks.Bytes(); }
 
   IndexRules rules;
   PatientRows rows;
+  RowMarks marks;
   /// What of the engine's comparison is known to be binary, by column: it shows with values only.
   enum class Tried : std::uint8_t { kNothing, kBlanks, kOtherLetters, kLetters };
   std::vector<Tried> tried;
@@ -41,13 +44,12 @@ class PatientReader {
  public:
   PatientReader(std::shared_ptr<Connection> connection, const IndexRules& rules);
 
-  /// All patients anew.
-  void Open();
-  /// Reads on into an empty index, until it takes so many bytes (0: without end), and makes it
-  /// ready; gives whether patients are left. 3251 when blocking in memory might not find what the
-  /// engine finds: a blocking column holds other values than text, or is not compared binary.
-  bool Read(CandidateIndex& index, std::int64_t memory, int threads,
-            const MatchIndexProgress& progress);
+  /// All patients anew, for indexes that take so many bytes each (0: one for all, without end).
+  void Open(std::int64_t memory);
+  /// Reads on into an empty index, until it is full, and makes it ready; gives whether patients are
+  /// left. 3251 when blocking in memory might not find what the engine finds: a blocking column
+  /// holds other values than text, or is not compared binary.
+  bool Read(CandidateIndex& index, int threads, const MatchIndexProgress& progress);
   /// Reads a patient anew into an index that is ready; refused as by `Read`, it stays as it was.
   void Refresh(CandidateIndex& index, std::int32_t patient_id);
 
@@ -58,15 +60,21 @@ class PatientReader {
   void TryComparison(CandidateIndex& index, std::size_t column, std::int32_t patient_id,
                      std::string_view value) const;
   std::int64_t Count(const std::string& condition) const;
-  std::int32_t TakeRow(const Recordset& row);
+  bool HasPatient() const { return in_place_ ? has_patient_ : !patients_->Eof(); }
+  void NextPatient();
+  void MakeReady(CandidateIndex& index, int threads) const;
+  std::int32_t TakeRow(const RowTexts& row);
 
   std::shared_ptr<Connection> connection_;
   std::vector<std::string> columns_;
   std::vector<bool> blocking_;
+  std::int64_t memory_ = 0;
+  std::unique_ptr<TextRows> in_place_;  // or the recordset, which bears other work meanwhile
+  bool has_patient_ = false;
   std::shared_ptr<Recordset> patients_;
+  std::unique_ptr<RecordsetTexts> patient_;
   std::int64_t total_ = 0;
   std::int64_t done_ = 0;
-  std::vector<Variant> read_;
   std::vector<std::optional<std::string_view>> values_;
 };
 

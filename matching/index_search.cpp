@@ -22,10 +22,13 @@ constexpr std::size_t kRowsAhead = 12;
 
 }  // namespace
 
-IndexSearch::IndexSearch(const PatientRows& rows, const IndexRules& rules)
-    : rows_(rows), rules_(rules), record_(rows, rules), weigher_(rows, rules, record_) {
-  taken_.reserve(kRowsAtOnce);
-}
+IndexSearch::IndexSearch(const PatientRows& rows, const IndexRules& rules, const RowMarks& marks)
+    : rows_(rows),
+      rules_(rules),
+      marks_(marks),
+      record_(rows, rules),
+      sieve_(marks, rules, record_),
+      weigher_(rows, rules, record_) {}
 
 void IndexSearch::Block() {
   conditions_.clear();
@@ -35,7 +38,7 @@ void IndexSearch::Block() {
     const std::string& value = record_.BlockingValue(i);
     if (block.ignored && block.ignored->find("'" + value + "'") != std::string::npos) continue;
     const PatientRows::Column& column = rows_.columns()[block.column];
-    conditions_.push_back({&column, column.Find(value)});
+    conditions_.push_back({block.column, &column, column.Find(value)});
     if (with_zero.empty() && value.find('\0') != std::string::npos) with_zero = value;
   }
   CurrentMatching().rule_in_work = "of tblBlockingParameters (its PatientField)";
@@ -52,53 +55,53 @@ bool IndexSearch::IsTaken(const std::uint8_t* row, std::size_t condition) const 
   return false;
 }
 
-std::size_t IndexSearch::CountRows() const {
-  if (conditions_.empty()) return rows_.count();
-  std::size_t count = 0;
-  for (const Condition& condition : conditions_) {
-    if (!condition.code) continue;
-    count += rows_.IndexedRows(*condition.column, *condition.code).size();
-    count += rows_.LaterRows(*condition.column, *condition.code).size();
-  }
-  return count;
+bool IndexSearch::AnyRow() const {
+  if (conditions_.empty()) return rows_.patient_count() != 0;
+  const auto is_there = [&](RowNumber row) { return !rows_.IsGone(row); };
+  return std::ranges::any_of(conditions_, [&](const Condition& condition) {
+    if (!condition.code) return false;
+    return std::ranges::any_of(rows_.IndexedRows(*condition.column, *condition.code), is_there) ||
+           std::ranges::any_of(rows_.LaterRows(*condition.column, *condition.code), is_there);
+  });
 }
 
-void IndexSearch::Take(RowNumber row) {
-  taken_.push_back(row);
-  if (taken_.size() == kRowsAtOnce) ConsiderTaken();
+void IndexSearch::Take(std::span<const RowNumber> rows) {
+  taken_.insert(taken_.end(), rows.begin(), rows.end());
 }
 
-void IndexSearch::ConsiderTaken() {
-  if (taken_.empty()) return;
-  if (!passes_over_) {
-    for (const RowNumber row : taken_) Consider(row);
+void IndexSearch::TakeRowsOf(std::size_t condition) {
+  const auto& [number, column, code] = conditions_[condition];
+  if (!code) return;
+  std::size_t taken = taken_.size();
+  const auto indexed = rows_.IndexedRows(*column, *code);
+  const auto marks = marks_.OfIndexedRows(rows_, number, *code);
+  if (passes_over_ && !sieve_.LetsAllPass() && !marks.empty()) {
+    sieve_.Sift(marks, indexed, taken_);
   } else {
-    if (!std::exchange(is_prepared_, true)) PrepareAll();
-    for (const RowNumber row : weigher_.Keep(taken_)) Consider(row);
+    Take(indexed);
   }
-  taken_.clear();
+  Take(rows_.LaterRows(*column, *code));
+  for (std::size_t i = taken; i < taken_.size(); ++i) {
+    if (i + kRowsAhead < taken_.size()) Prefetch(rows_.Row(taken_[i + kRowsAhead]));
+    const RowNumber row = taken_[i];
+    if (!rows_.IsGone(row) && !IsTaken(rows_.Row(row), condition)) taken_[taken++] = row;
+  }
+  taken_.resize(taken);
 }
 
-void IndexSearch::VisitRows(std::span<const RowNumber> rows, std::size_t condition) {
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    if (i + kRowsAhead < rows.size()) Prefetch(rows_.Row(rows[i + kRowsAhead]));
-    if (!rows_.IsGone(rows[i]) && !IsTaken(rows_.Row(rows[i]), condition)) Take(rows[i]);
+void IndexSearch::TakeAllRows() {
+  RowNumber row = 0;
+  if (passes_over_ && !sieve_.LetsAllPass()) {
+    sieve_.Sift(marks_.OfRows(), taken_);
+    row = static_cast<RowNumber>(marks_.OfRows().size());
   }
+  for (; row < rows_.count(); ++row) taken_.push_back(row);
+  std::erase_if(taken_, [&](RowNumber each) { return rows_.IsGone(each); });
 }
 
-void IndexSearch::VisitAll() {
-  if (conditions_.empty()) {
-    for (RowNumber row = 0; row < rows_.count(); ++row) {
-      if (!rows_.IsGone(row)) Take(row);
-    }
-  }
-  for (std::size_t i = 0; i < conditions_.size(); ++i) {
-    const auto& [column, code] = conditions_[i];
-    if (!code) continue;
-    VisitRows(rows_.IndexedRows(*column, *code), i);
-    VisitRows(rows_.LaterRows(*column, *code), i);
-  }
-  ConsiderTaken();
+void IndexSearch::TakeRows() {
+  if (conditions_.empty()) TakeAllRows();
+  for (std::size_t i = 0; i < conditions_.size(); ++i) TakeRowsOf(i);
 }
 
 std::string IndexSearch::FieldOf(RowNumber row, std::string_view name,
@@ -165,7 +168,10 @@ std::int16_t IndexSearch::Score(RowNumber row, std::vector<RuleScore>* explained
   try {
     std::int32_t total = 0;
     for (; r < rules_.rules().size(); ++r) {
-      if (!record_.side(r).is_ready) record_.Prepare(r, expected_);
+      if (!record_.side(r).is_ready) {
+        record_.Resolve(r);
+        record_.PrepareComparison(r, taken_.size());
+      }
       RuleScore score = ApplyRule(r, row, total, explained != nullptr);
       if (explained != nullptr) explained->push_back(std::move(score));
     }
@@ -178,13 +184,28 @@ std::int16_t IndexSearch::Score(RowNumber row, std::vector<RuleScore>* explained
 }
 
 // Otherwise each rule's side is made when it is needed, since the patient's may fail before it.
-void IndexSearch::PrepareAll() {
+void IndexSearch::ResolveSides() {
   try {
-    for (std::size_t r = 0; r < rules_.rules().size(); ++r) record_.Prepare(r, expected_);
+    for (std::size_t r = 0; r < rules_.rules().size(); ++r) record_.Resolve(r);
   } catch (const Error& error) {
     throw error.As(error.number(), error.source() + ", GetMatchScore");
   }
-  weigher_.Prepare(cutoff_, expected_);
+}
+
+void IndexSearch::ConsiderTaken() {
+  if (taken_.empty()) return;
+  if (!passes_over_) {
+    for (const RowNumber row : taken_) Consider(row);
+    return;
+  }
+  for (std::size_t r = 0; r < rules_.rules().size(); ++r) {
+    record_.PrepareComparison(r, taken_.size());
+  }
+  weigher_.Prepare(cutoff_, taken_.size());
+  for (std::size_t from = 0; from < taken_.size(); from += kRowsAtOnce) {
+    const std::size_t some = std::min(kRowsAtOnce, taken_.size() - from);
+    for (const RowNumber row : weigher_.Keep(std::span(taken_).subspan(from, some))) Consider(row);
+  }
 }
 
 void IndexSearch::Consider(RowNumber row) {
@@ -213,11 +234,16 @@ const std::vector<Candidate>& IndexSearch::Search(const FieldReader& abstract,
   cutoff_ = options.cutoff.value_or(rules_.cutoff());
   by_library_ = FindComparisonLibrary() != nullptr;
   passes_over_ = rules_.CanPassOver() && !by_library_;
-  is_prepared_ = false;
   record_.Start(abstract, by_library_, passes_over_);
   Block();
-  expected_ = CountRows();
-  VisitAll();
+  if (AnyRow()) {
+    if (passes_over_) {
+      ResolveSides();
+      sieve_.Prepare(cutoff_);
+    }
+    TakeRows();
+    ConsiderTaken();
+  }
   CurrentMatching().rule_in_work.clear();
   return found_;
 }

@@ -1,9 +1,10 @@
 // IndexSearch: the search of one record after the other among `PatientRows`, with what a thread
 // needs for it.
 //
-// Candidates are first weighed by what each column can add at most (candidate_weigher.h); only
-// those that can reach the cut-off are scored in the order of the rules, with the defined rounding
-// after each. Where an evaluation can fail, or a total overflow, all are scored.
+// Candidates are sifted by their marks (row_marks.h), then weighed by what each column can add at
+// most (candidate_weigher.h); only those that can reach the cut-off are scored in the order of the
+// rules, with the defined rounding after each. Where an evaluation can fail, or a total overflow,
+// all are scored.
 //
 // Rows and rules stay unchanged during a search; they may have grown before the next.
 #pragma once
@@ -20,13 +21,14 @@
 #include "matching/match_field.h"
 #include "matching/patient_rows.h"
 #include "matching/record_side.h"
+#include "matching/row_marks.h"
 
 namespace qm {
 
 class IndexSearch {
  public:
-  /// Both outlive it.
-  IndexSearch(const PatientRows& rows, const IndexRules& rules);
+  /// All outlive it.
+  IndexSearch(const PatientRows& rows, const IndexRules& rules, const RowMarks& marks);
 
   /// The candidates at or above the cut-off, in no order. `abstract` reads its fields; of the
   /// options those of order and quotes are not asked for. Errors as of `FindCandidates`.
@@ -38,18 +40,20 @@ class IndexSearch {
   using RowNumber = PatientRows::RowNumber;
 
   struct Condition {
+    std::size_t number = 0;  // of the column
     const PatientRows::Column* column = nullptr;
     std::optional<Code> code{};
   };
 
   void Block();
   bool IsTaken(const std::uint8_t* row, std::size_t condition) const;
-  std::size_t CountRows() const;
-  void VisitRows(std::span<const RowNumber> rows, std::size_t condition);
-  void VisitAll();
+  bool AnyRow() const;
+  void Take(std::span<const RowNumber> rows);
+  void TakeRowsOf(std::size_t condition);
+  void TakeAllRows();
+  void TakeRows();
 
-  void PrepareAll();
-  void Take(RowNumber row);
+  void ResolveSides();
   void ConsiderTaken();
   void Consider(RowNumber row);
   std::int16_t Score(RowNumber row, std::vector<RuleScore>* explained);
@@ -59,17 +63,17 @@ class IndexSearch {
 
   const PatientRows& rows_;
   const IndexRules& rules_;
+  const RowMarks& marks_;
   RecordSide record_;
+  RowSieve sieve_;
   CandidateWeigher weigher_;
   std::vector<Condition> conditions_;
   std::vector<RowNumber> taken_;
   std::vector<Candidate> found_;
   std::string patient_text_;
   const CandidateOptions* options_ = nullptr;
-  std::size_t expected_ = 0;  // about so many candidates
   std::int32_t cutoff_ = 0;
   bool passes_over_ = false;
-  bool is_prepared_ = false;
   bool by_library_ = false;
 };
 

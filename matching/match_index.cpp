@@ -19,7 +19,7 @@ struct MatchIndex::State {
   // A search of its own for each thread that searches at the time; given back, it serves the next.
   std::unique_ptr<IndexSearch> TakeSearch() {
     const std::scoped_lock lock(idle_mutex);
-    if (idle.empty()) return std::make_unique<IndexSearch>(index.rows, index.rules);
+    if (idle.empty()) return std::make_unique<IndexSearch>(index.rows, index.rules, index.marks);
     auto search = std::move(idle.back());
     idle.pop_back();
     return search;
@@ -50,8 +50,8 @@ MatchIndex::MatchIndex(const std::shared_ptr<Connection>& connection,
                        const MatchIndexProgress& progress)
     : state_(std::make_unique<State>(connection)) {
   PatientReader reader(connection, state_->index.rules);
-  reader.Open();
-  reader.Read(state_->index, 0, static_cast<int>(std::thread::hardware_concurrency()), progress);
+  reader.Open(0);
+  reader.Read(state_->index, static_cast<int>(std::thread::hardware_concurrency()), progress);
 }
 
 MatchIndex::~MatchIndex() = default;

@@ -138,25 +138,29 @@ bool RecordSide::LookUp(std::size_t r) {
   return true;
 }
 
-void RecordSide::Prepare(std::size_t r, std::size_t expected) {
+void RecordSide::Resolve(std::size_t r) {
   const IndexRule& rule = rules_.rules()[r];
   Side& side = sides_[r];
   side.code.reset();
   side.prepared.reset();
   side.remembers = false;
-  const bool exact = rule.rule.exact_match != 0;
   CurrentMatching().rule_in_work = rule.expression.text();
   if (!LookUp(r)) {
     EvaluateRecord(comparing_[r]);
     MakeCompared(value_, side.text);
     side.missing = IsMissing(Trim(side.text), rule.rule);
-    if (!side.missing && rule.derived && exact) {
+    if (!side.missing && rule.derived && rule.rule.exact_match != 0) {
       const auto number = DerivedOf(r).Texts(ColumnOf(DerivedOf(r))).Find(side.text);
       if (number) side.code = *number + 1;
     }
   }
   side.is_ready = true;
-  if (side.missing || exact) return;
+}
+
+void RecordSide::PrepareComparison(std::size_t r, std::size_t expected) {
+  const IndexRule& rule = rules_.rules()[r];
+  Side& side = sides_[r];
+  if (side.missing || rule.rule.exact_match != 0) return;
   side.prepared.emplace(Trim(side.text), rule.rule.comparator_parameter);
   if (!rule.derived || by_library_) return;
   const std::size_t limit = DerivedOf(r).Limit(ColumnOf(DerivedOf(r)));

@@ -44,8 +44,10 @@ class RecordSide {
   void Start(const FieldReader& abstract, bool by_library, bool passes_over);
   /// The record's value for a blocking rule.
   const std::string& BlockingValue(std::size_t block);
-  /// Makes the side of a rule; about so many patients will be compared.
-  void Prepare(std::size_t rule, std::size_t expected);
+  /// Makes the side of a rule: its text.
+  void Resolve(std::size_t rule);
+  /// And, for a rule of likeness, what compares it; about so many patients will be compared.
+  void PrepareComparison(std::size_t rule, std::size_t expected);
 
   const Side& side(std::size_t rule) const { return sides_[rule]; }
   /// The agreement with one of the rule's derived texts, by its code, or with any text.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "runtime/text.h"
+#include "tool/tool.h"
 
 namespace qm::tool {
 

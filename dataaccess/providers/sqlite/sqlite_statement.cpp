@@ -104,19 +104,22 @@ void SqliteStatement::ReadRow(Row& row) const {
 }
 
 // A session belongs to one thread, so that a value may be asked without copying it.
-std::string_view SqliteStatement::Text(int column, std::string& room) const {
+ValueKind SqliteStatement::ReadText(int column, std::string& room, std::string_view& text) const {
   sqlite3_value* value = sqlite3_column_value(statement_, column);
-  switch (sqlite3_value_type(value)) {
+  const int type = sqlite3_value_type(value);
+  text = {};
+  switch (type) {
     case SQLITE_NULL:
-      return {};
+      return ValueKind::kNull;
     case SQLITE_INTEGER:
     case SQLITE_FLOAT:
       room = ToTextOrEmpty(Value(column));
-      return room;
+      text = room;
+      return ValueKind::kOther;
     default: {
       const auto* bytes = static_cast<const char*>(sqlite3_value_blob(value));
-      if (bytes == nullptr) return {};
-      return {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+      if (bytes != nullptr) text = {bytes, static_cast<std::size_t>(sqlite3_value_bytes(value))};
+      return type == SQLITE_BLOB ? ValueKind::kBinary : ValueKind::kText;
     }
   }
 }

@@ -34,7 +34,7 @@ class SqliteStatement {
   bool IsBinary(int column) const { return sqlite3_column_type(statement_, column) == SQLITE_BLOB; }
   void ReadRow(Row& row) const;
   /// A value as text where it lies, until the next step; what is none, as text in `room`.
-  std::string_view Text(int column, std::string& room) const;
+  ValueKind ReadText(int column, std::string& room, std::string_view& text) const;
   sqlite3_stmt* handle() const { return statement_; }
   /// How often the engine had prepared it when it was taken.
   int preparations() const { return preparations_; }
@@ -67,11 +67,11 @@ class SqliteRowStatement : public ProviderStatement {
   const RowShapePointer& Shape() const override { return shape_; }
   bool Next(Row& row) override;
   bool Move() override;
-  std::string_view Text(std::size_t column, std::string& room) const override {
-    return statement_.Text(static_cast<int>(column), room);
-  }
   Variant Value(std::size_t column) const override {
     return statement_.Value(static_cast<int>(column));
+  }
+  ValueKind ReadText(std::size_t column, std::string& room, std::string_view& text) const override {
+    return statement_.ReadText(static_cast<int>(column), room, text);
   }
   std::int64_t RowsAffected() const override { return rows_affected_; }
 
