@@ -6,6 +6,7 @@
 
 #include "comparison/agreement_bits.h"
 #include "comparison/comparator_formulas.h"
+#include "comparison/score_tables.h"
 #include "comparison/string_comparator.h"
 
 namespace qm {
@@ -71,6 +72,23 @@ double CompareSized(const ShortText& a, const ShortText& b, std::int32_t paramet
                           IsDigitCode(a[0]));
 }
 
+// From the table, without the formula.
+template <std::size_t kSize>
+std::uint8_t PercentSized(const ShortText& a, const ShortText& b, std::int32_t parameter) {
+  const Agreement agreement = FindAgreement<kSize>(a, b, false);
+  const std::size_t place =
+      AgreementPlace(agreement.common, agreement.transposed, CommonPrefix(a, b));
+  return ScoreTables::For(parameter).Percents(a.size(), b.size())[place];
+}
+
+std::uint8_t PercentOfShort(const ShortText& a, const ShortText& b, std::int32_t parameter) {
+  if (a.size() == 0 || b.size() == 0) return 0;
+  const std::size_t longer = std::max(a.size(), b.size());
+  if (longer <= 8) return PercentSized<8>(a, b, parameter);
+  return longer <= 16 ? PercentSized<16>(a, b, parameter)
+                      : PercentSized<ShortText::kMost>(a, b, parameter);
+}
+
 double CompareShort(const ShortText& a, const ShortText& b, std::int32_t parameter) {
   if (a.size() == 0 || b.size() == 0) return 0;
   const std::size_t longer = std::max(a.size(), b.size());
@@ -90,6 +108,15 @@ double PreparedComparator::Compare(std::string_view other) const {
     return CompareShort(short_text_, right, parameter_);
   }
   return PlainCompare(text_, other, parameter_);
+}
+
+std::uint8_t PreparedComparator::Percent(std::string_view other) const {
+  ShortText right;
+  const bool has_table = parameter_ != kWinklerFull && parameter_ != kAlignmentDistance;
+  if (!has_table || !is_short_ || !right.Assign(other, ShortText::kRight)) {
+    return qm::Percent(Compare(other));
+  }
+  return PercentOfShort(short_text_, right, parameter_);
 }
 
 double BuiltInCompare(std::string_view a, std::string_view b, std::int32_t parameter) {

@@ -20,6 +20,8 @@ class PreparedComparator {
   PreparedComparator(std::string_view text, std::int32_t parameter);
 
   double Compare(std::string_view other) const;
+  /// The same in hundredths, rounded half to even.
+  std::uint8_t Percent(std::string_view other) const;
 
   const std::string& text() const { return text_; }
   std::int32_t parameter() const { return parameter_; }

@@ -212,8 +212,8 @@ void RecordSide::Compute(std::size_t r, Percents& percents) const {
 
 std::int16_t RecordSide::Compare(std::size_t rule, std::string_view text) const {
   const PreparedComparator& prepared = *sides_[rule].prepared;
-  return AgreementOf(by_library_ ? CompareStrings(prepared.text(), text, prepared.parameter())
-                                 : prepared.Compare(text));
+  if (!by_library_) return prepared.Percent(text);
+  return AgreementOf(CompareStrings(prepared.text(), text, prepared.parameter()));
 }
 
 std::int16_t RecordSide::Percent(std::size_t rule, Code text) {

@@ -1,18 +1,16 @@
 #include "matching/row_marks.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 namespace qm {
 
 namespace {
 
-// A lane lies within one byte.
-struct Place {
-  unsigned shift;
-  unsigned width;
-};
-constexpr std::array<Place, 4> kFewPlaces = {{{0, 8}, {8, 8}, {16, 8}, {24, 8}}};
-constexpr std::array<Place, 5> kPlaces = {{{0, 8}, {8, 8}, {16, 8}, {24, 4}, {28, 4}}};
+// The weightiest lane's share: all of them together are within a byte.
+constexpr std::int32_t kMostShare = 63;
+static_assert(kMostShare * RowMarks::kMostLanes < 256);
 // For fewer rows than this at a time, they are looked up at once.
 constexpr std::size_t kWorthMarks = 8;
 
@@ -43,21 +41,19 @@ void RowMarks::ChooseLanes(const IndexRules& rules) {
   }
   std::ranges::stable_sort(chosen, std::greater<>(),
                            [&](std::size_t r) { return rules.rules()[r].most[100]; });
-  const std::span<const Place> places =
-      chosen.size() <= kFewPlaces.size() ? std::span<const Place>(kFewPlaces) : kPlaces;
-  for (std::size_t i = 0; i < std::min(chosen.size(), places.size()); ++i) {
-    const DerivedValues& derived = rules.derived()[*rules.rules()[chosen[i]].derived];
-    lanes_.push_back({chosen[i], places[i].shift, places[i].width, derived.IsSame()});
+  chosen.resize(std::min(chosen.size(), kMostLanes));
+  for (const std::size_t r : chosen) {
+    lanes_.push_back({r, rules.derived()[*rules.rules()[r].derived].IsSame()});
   }
 }
 
-void RowMarks::AddLane(const PatientRows& rows, const IndexRules& rules, const Lane& lane) {
-  const IndexRule& rule = rules.rules()[lane.rule];
+void RowMarks::FillLane(const PatientRows& rows, const IndexRules& rules, std::size_t lane) {
+  const IndexRule& rule = rules.rules()[lanes_[lane].rule];
   const DerivedValues& derived = rules.derived()[*rule.derived];
   const PatientRows::Column& column = rows.columns()[derived.column()];
   for (RowNumber row = 0; row < of_rows_.size(); ++row) {
     const Code text = derived.Of(PatientRows::CodeAt(rows.Row(row), column));
-    if (!rule.missing[text]) of_rows_[row] |= lane.Of(text) << lane.shift;
+    if (!rule.missing[text]) of_rows_[row] |= InLane(lane, text);
   }
 }
 
@@ -68,7 +64,7 @@ void RowMarks::Make(const PatientRows& rows, const IndexRules& rules) {
   in_order_ = rows.columns().size();
   if (lanes_.empty()) return;
   of_rows_.assign(rows.count(), 0);
-  for (const Lane& lane : lanes_) AddLane(rows, rules, lane);
+  for (std::size_t i = 0; i < lanes_.size(); ++i) FillLane(rows, rules, i);
   for (std::size_t c = 0; c < of_columns_.size(); ++c) {
     const PatientRows::Column& column = rows.columns()[c];
     if (!column.blocks || !IsBroad(column)) continue;
@@ -103,28 +99,63 @@ std::size_t RowMarks::Bytes() const {
 }
 
 void RowSieve::Prepare(std::int32_t cutoff) {
-  needed_ = cutoff;
-  for (std::size_t r = 0; r < rules_.rules().size(); ++r) {
+  const auto most_of = [&](std::size_t r) {
     const IndexRule& rule = rules_.rules()[r];
-    if (record_.side(r).missing) continue;
-    needed_ -= std::max<std::int32_t>(0, rule.most[rule.rule.exact_match != 0 ? 100 : 101]);
+    return std::max<std::int32_t>(0, rule.most[rule.rule.exact_match != 0 ? 100 : 101]);
+  };
+  std::int32_t needed = cutoff;
+  for (std::size_t r = 0; r < rules_.rules().size(); ++r) {
+    if (!record_.side(r).missing) needed -= most_of(r);
   }
-  for (auto& of_byte : added_) of_byte.fill(0);
-  for (const RowMarks::Lane& lane : marks_.lanes()) {
-    const RecordSide::Side& side = record_.side(lane.rule);
+  own_ = 0;
+  adds_ = 0;
+  needed_ = 0;
+  if (marks_.lanes().empty()) return;
+  const std::int32_t weightiest = most_of(marks_.lanes()[0].rule);
+  for (std::size_t i = 0; i < marks_.lanes().size(); ++i) {
+    const std::size_t rule = marks_.lanes()[i].rule;
+    const RecordSide::Side& side = record_.side(rule);
     if (side.missing) continue;
-    const std::int32_t most = rules_.rules()[lane.rule].most[100];
-    needed_ += most;
+    needed += most_of(rule);
     if (!side.code) continue;
-    // Every byte with the record's own value in the lane, whatever stands beside it.
-    const unsigned place = lane.shift % 8;
-    const unsigned own = lane.Of(*side.code) << place;
-    const unsigned mask = ((1U << lane.width) - 1) << place;
-    auto& of_byte = added_[lane.shift / 8];
-    for (unsigned byte = 0; byte < of_byte.size(); ++byte) {
-      of_byte[byte] += (byte & mask) == own ? most : 0;
-    }
+    const std::int32_t share = (most_of(rule) * kMostShare + weightiest - 1) / weightiest;
+    own_ |= RowMarks::InLane(i, *side.code);
+    adds_ |= static_cast<RowMarks::Mark>(share) << (8 * i);
   }
+  if (needed > 0) needed_ = static_cast<std::uint32_t>(needed * kMostShare / weightiest);
+}
+
+// Tells which of the marks pass, and whether any does.
+bool RowSieve::SiftSome(const RowMarks::Mark* marks, Passes& passes) const {
+#if defined(__GNUC__)
+  using Bytes [[gnu::vector_size(16)]] = std::uint8_t;
+  using Words [[gnu::vector_size(16)]] = std::uint32_t;
+  constexpr std::size_t kWords = sizeof(Words) / sizeof(RowMarks::Mark);
+  const auto own = std::bit_cast<Bytes>(Words{} + own_);
+  Words any{};
+  for (std::size_t i = 0; i < kMarksAtOnce; i += kWords) {
+    Words four;
+    std::memcpy(&four, marks + i, sizeof four);
+    const auto equal = std::bit_cast<Words>(std::bit_cast<Bytes>(four) == own);
+    const Words added = equal & adds_;
+    const Words two = added + (added >> 16U);
+    const auto passed = std::bit_cast<Words>(((two + (two >> 8U)) & 0xFFU) >= needed_);
+    any |= passed;
+    std::memcpy(passes.data() + i, &passed, sizeof passed);
+  }
+  return (any[0] | any[1] | any[2] | any[3]) != 0;
+#else
+  bool any = false;
+  for (std::size_t i = 0; i < kMarksAtOnce; ++i) {
+    std::uint32_t added = 0;
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+      added += ((marks[i] ^ own_) >> shift & 0xFFU) == 0 ? adds_ >> shift & 0xFFU : 0;
+    }
+    passes[i] = added >= needed_ ? 1 : 0;
+    any = any || passes[i] != 0;
+  }
+  return any;
+#endif
 }
 
 template <typename RowAt>
@@ -133,13 +164,21 @@ void RowSieve::SiftRows(std::span<const RowMarks::Mark> marks, RowAt row_at,
   std::size_t count = passed.size();
   passed.resize(count + marks.size());
   RowNumber* const to = passed.data();
-  for (std::size_t i = 0; i < marks.size(); ++i) {
-    const RowMarks::Mark mark = marks[i];
-    const std::int32_t added = added_[0][mark & 0xFFU] + added_[1][mark >> 8U & 0xFFU] +
-                               added_[2][mark >> 16U & 0xFFU] + added_[3][mark >> 24U];
-    to[count] = row_at(i);
-    count += added >= needed_ ? 1 : 0;
+  Passes passes;
+  const auto sift = [&](const RowMarks::Mark* at, std::size_t first, std::size_t size) {
+    if (!SiftSome(at, passes)) return;
+    for (std::size_t j = 0; j < size; ++j) {
+      to[count] = row_at(first + j);
+      count += passes[j] & 1U;
+    }
+  };
+  std::size_t i = 0;
+  for (; i + kMarksAtOnce <= marks.size(); i += kMarksAtOnce) {
+    sift(marks.data() + i, i, kMarksAtOnce);
   }
+  std::array<RowMarks::Mark, kMarksAtOnce> rest{};
+  std::ranges::copy(marks.subspan(i), rest.begin());
+  sift(rest.data(), i, marks.size() - i);
   passed.resize(count);
 }
 

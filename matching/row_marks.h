@@ -2,8 +2,8 @@
 // plain equality it cannot satisfy. They stand in the order in which blocking brings the rows, so a
 // search reads them one after the other and fetches only rows that can still reach the cut-off.
 //
-// Each of those rules has a lane in the mark: 0 for a missing text, else a remainder of the text's
-// code. Equal texts have equal lanes, different ones seldom.
+// Each of those rules has a byte of the mark, its lane: 0 for a missing text, else a remainder of
+// the text's code. Equal texts have equal lanes, different ones seldom.
 //
 // Order of calls: `Make` when the rows are in order (`PatientRows::IndexRows`) and the rules know
 // their values; again after both changed, or when they are stale. Rows that came since have none.
@@ -28,15 +28,15 @@ class RowMarks {
   using Code = PatientRows::Code;
   using RowNumber = PatientRows::RowNumber;
 
+  static constexpr std::size_t kMostLanes = sizeof(Mark);
+
   struct Lane {
     std::size_t rule = 0;
-    unsigned shift = 0;
-    unsigned width = 0;
     bool same = false;  // as the rule's `DerivedValues::IsSame` was
-
-    /// What stands in the lane for a text that is not missing.
-    Mark Of(Code text) const { return 1 + text % ((1U << width) - 1); }
   };
+
+  /// What a lane holds for a text that is not missing, in its place.
+  static Mark InLane(std::size_t lane, Code text) { return (1 + text % 255) << (8 * lane); }
 
   void Make(const PatientRows& rows, const IndexRules& rules);
   /// Whether texts have other codes than when they were made.
@@ -51,7 +51,7 @@ class RowMarks {
 
  private:
   void ChooseLanes(const IndexRules& rules);
-  void AddLane(const PatientRows& rows, const IndexRules& rules, const Lane& lane);
+  void FillLane(const PatientRows& rows, const IndexRules& rules, std::size_t lane);
 
   std::vector<Lane> lanes_;
   std::vector<Mark> of_rows_;
@@ -72,7 +72,7 @@ class RowSieve {
   /// (`IndexRules::CanPassOver`).
   void Prepare(std::int32_t cutoff);
   /// Whether every row can reach the cut-off for all that the marks tell.
-  bool LetsAllPass() const { return needed_ <= 0; }
+  bool LetsAllPass() const { return needed_ == 0; }
   /// Appends those of the rows that can reach it; a mark for each.
   void Sift(std::span<const RowMarks::Mark> marks, std::span<const RowNumber> rows,
             std::vector<RowNumber>& passed) const;
@@ -80,8 +80,10 @@ class RowSieve {
   void Sift(std::span<const RowMarks::Mark> marks, std::vector<RowNumber>& passed) const;
 
  private:
-  static constexpr std::size_t kBytes = sizeof(RowMarks::Mark);
+  static constexpr std::size_t kMarksAtOnce = 16;
+  using Passes = std::array<std::uint32_t, kMarksAtOnce>;
 
+  bool SiftSome(const RowMarks::Mark* marks, Passes& passes) const;
   template <typename RowAt>
   void SiftRows(std::span<const RowMarks::Mark> marks, RowAt row_at,
                 std::vector<RowNumber>& passed) const;
@@ -89,8 +91,9 @@ class RowSieve {
   const RowMarks& marks_;
   const IndexRules& rules_;
   const RecordSide& record_;
-  std::array<std::array<std::int32_t, 256>, kBytes> added_{};  // at most, by byte of the mark
-  std::int32_t needed_ = 0;
+  RowMarks::Mark own_ = 0;    // the record's own lanes
+  RowMarks::Mark adds_ = 0;   // what each adds at most, in shares of the weightiest
+  std::uint32_t needed_ = 0;  // so many shares must be added
 };
 
 }  // namespace qm
