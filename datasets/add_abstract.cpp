@@ -65,9 +65,12 @@ void InsertAbstractRows(const NAACCRLayout& layout, const RecordValues& values, 
     statement.append("INSERT INTO ").append(TableName(kAbstractFamily.table, table));
     statement.append(" (").append(list.columns).append(") values (").append(std::to_string(key));
     for (const std::int16_t index : list.fields) {
-      statement += ", '";
-      if (const std::string* value = At(by_field, index)) statement += *value;
-      statement += '\'';
+      const std::string* value = At(by_field, index);
+      if (value == nullptr || value->empty()) {
+        statement += ", ''";
+      } else {
+        statement.append(", '").append(*value).append("'");
+      }
     }
     statement += ')';
   }

@@ -1,6 +1,7 @@
 #include "runtime/text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -77,22 +78,27 @@ bool ContainsName(const std::vector<std::string>& names, std::string_view name) 
   return std::ranges::any_of(names, [&](const auto& each) { return EqualsIgnoreCase(each, name); });
 }
 
+// The columns of a record are mostly blanks.
 std::string_view Trim(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  constexpr std::string_view kBlanks = "        ";
+  while (text.ends_with(kBlanks)) text.remove_suffix(kBlanks.size());
   while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
   return text;
 }
 
-// Eight bytes at once: records are long.
+// Many bytes at once: records are long.
 bool IsAscii(std::string_view text) {
   constexpr std::uint64_t kBeyondAscii = 0x8080808080808080U;
-  std::uint64_t bits = 0;
-  while (text.size() >= sizeof bits) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data(), sizeof word);
-    bits |= word;
-    text.remove_prefix(sizeof word);
+  std::array<std::uint64_t, 8> words{};
+  while (text.size() >= sizeof words) {
+    std::array<std::uint64_t, words.size()> more;
+    std::memcpy(more.data(), text.data(), sizeof more);
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] |= more[i];
+    text.remove_prefix(sizeof words);
   }
+  std::uint64_t bits = 0;
+  for (const std::uint64_t word : words) bits |= word;
   for (const char c : text) bits |= static_cast<unsigned char>(c);
   return (bits & kBeyondAscii) == 0;
 }

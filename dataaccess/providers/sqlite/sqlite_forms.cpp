@@ -40,11 +40,17 @@ bool ReadText(std::string_view& text, std::string_view& value) {
 // What stands behind "values (", up to the end of the statement.
 bool ReadConstants(std::string_view text, std::vector<SqliteConstant>& values) {
   if (text.find('\0') != std::string_view::npos) return false;
+  constexpr std::string_view kEmptyText = "'', ";  // as most of them are
   for (;;) {
-    SqliteConstant value;
+    SqliteConstant& value = values.emplace_back();
+    if (text.starts_with(kEmptyText)) {
+      value.is_text = true;
+      value.text = text.substr(1, 0);
+      text.remove_prefix(kEmptyText.size());
+      continue;
+    }
     value.is_text = ReadText(text, value.text);
     if (!value.is_text && !ReadNumber(text, value.number)) return false;
-    values.push_back(value);
     if (text == ")") return true;
     if (!text.starts_with(',')) return false;
     text.remove_prefix(text.starts_with(", ") ? 2 : 1);
