@@ -90,8 +90,8 @@ class Proof {
             way + ", comparator " + std::to_string(parameter) + ": " + text + " and " + other;
       };
       check("two texts", BuiltInCompare(text, other, parameter) == score);
-      check("one prepared", prepared.Compare(other) == score);
       const auto percent = static_cast<std::uint8_t>(RoundHalfEven(score * 100));
+      check("one prepared", prepared.Compare(other) == score && prepared.Percent(other) == percent);
       for (const Held& held : dictionaries_) {
         const std::uint32_t number = held.numbers[n];
         check(held.kernel, held.scores[number] == score && held.percents[number] == percent);

@@ -62,7 +62,7 @@ BatchSearch::~BatchSearch() = default;
 // The first one when the last was read.
 void BatchSearch::ReadPartition() {
   first_is_read_ = !more_;
-  if (!more_) reader_.Open(options_.memory);
+  if (!more_) reader_.Open(options_.memory, options_.in_place);
   index_.reset();
   index_ = std::make_unique<CandidateIndex>(rules_);
   more_ = reader_.Read(*index_, options_.threads, options_.reading);
@@ -210,6 +210,7 @@ void MatchMany(const std::shared_ptr<Connection>& connection, Recordset& abstrac
   batch.memory = options.memory;
   batch.threads = options.threads;
   batch.reading = batch.searching = options.progress;
+  batch.in_place = !options.progress;
   std::int64_t place = 0;
   std::vector<Match> matches;
   BatchSearch(connection, std::move(batch)).Run(abstracts, [&](const BatchSearch::Record& record) {

@@ -139,12 +139,12 @@ void PatientReader::TryComparisons(CandidateIndex& index) const {
 }
 
 // An engine in the process gives each value where it lies, and bears other statements meanwhile.
-void PatientReader::Open(std::int64_t memory) {
+void PatientReader::Open(std::int64_t memory, bool in_place) {
   total_ = Count("");
   done_ = 0;
   memory_ = memory;
   in_place_.reset();
-  if (memory == 0 && IsSqlite(*connection_)) {
+  if (in_place && memory == 0 && IsSqlite(*connection_)) {
     in_place_ = std::make_unique<TextRows>(connection_, Query(""));
     has_patient_ = in_place_->Next();
     return;
@@ -153,6 +153,7 @@ void PatientReader::Open(std::int64_t memory) {
   patients_ = connection_->CreateRecordset();
   patients_->Open(Query(""), connection_);
   patient_ = std::make_unique<RecordsetTexts>(*patients_);
+  has_patient_ = !patients_->Eof();
 }
 
 void PatientReader::NextPatient() {
@@ -160,6 +161,7 @@ void PatientReader::NextPatient() {
     has_patient_ = in_place_->Next();
   } else {
     patients_->MoveNext();
+    has_patient_ = !patients_->Eof();
   }
 }
 
@@ -182,8 +184,8 @@ std::int32_t PatientReader::TakeRow(const RowTexts& row) {
 void PatientReader::MakeReady(CandidateIndex& index, int threads) const {
   std::exception_ptr error;
   {
-    std::jthread other;
     const auto extend = [&] { index.rules.Extend(index.rows, threads); };
+    std::jthread other;  // ends before what it uses
     if (threads > 1) {
       other = std::jthread([&] {
         try {
@@ -210,7 +212,7 @@ bool PatientReader::Read(CandidateIndex& index, int threads, const MatchIndexPro
   {
     RowBuilder builder(index.rows);
     const RowTexts& row = in_place_ ? static_cast<const RowTexts&>(*in_place_) : *patient_;
-    for (; HasPatient(); NextPatient()) {
+    for (; has_patient_; NextPatient()) {
       if (done_ % kRowsOfAStep == 0) {
         if (progress) progress(done_, total_);
         if (memory_ != 0 && builder.Bytes() > room) break;
@@ -221,8 +223,9 @@ bool PatientReader::Read(CandidateIndex& index, int threads, const MatchIndexPro
     }
     builder.Finish();
   }
+  if (!has_patient_) in_place_.reset();  // the connection may be closed before the reader goes
   MakeReady(index, threads);
-  return HasPatient();
+  return has_patient_;
 }
 
 void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
@@ -239,14 +242,21 @@ void PatientReader::Refresh(CandidateIndex& index, std::int32_t patient_id) {
       if (blocking_[i] && values_[i]) TryComparison(index, i, patient_id, *taken.back()[i]);
     }
   }
-  index.rows.Remove(patient_id);
-  for (const auto& row : taken) {
-    std::ranges::copy(row, values_.begin());
-    index.rules.Extend(index.rows, index.rows.Add(patient_id, values_));
+  try {
+    index.rows.Remove(patient_id);
+    for (const auto& row : taken) {
+      std::ranges::copy(row, values_.begin());
+      index.rules.Extend(index.rows, index.rows.Add(patient_id, values_));
+    }
+    const bool is_scattered = index.rows.IsScattered();
+    if (is_scattered) index.rows.IndexRows();
+    if (is_scattered || index.marks.AreStale(index.rules)) {
+      index.marks.Make(index.rows, index.rules);
+    }
+  } catch (...) {
+    index.marks.Drop();  // which may no longer fit the rows
+    throw;
   }
-  const bool is_scattered = index.rows.IsScattered();
-  if (is_scattered) index.rows.IndexRows();
-  if (is_scattered || index.marks.AreStale(index.rules)) index.marks.Make(index.rows, index.rules);
 }
 
 }  // namespace qm

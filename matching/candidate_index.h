@@ -45,7 +45,8 @@ class PatientReader {
   PatientReader(std::shared_ptr<Connection> connection, const IndexRules& rules);
 
   /// All patients anew, for indexes that take so many bytes each (0: one for all, without end).
-  void Open(std::int64_t memory);
+  /// Reading in place nothing else may be done with the connection until `Read` is through.
+  void Open(std::int64_t memory, bool in_place);
   /// Reads on into an empty index, until it is full, and makes it ready; gives whether patients are
   /// left. 3251 when blocking in memory might not find what the engine finds: a blocking column
   /// holds other values than text, or is not compared binary.
@@ -60,7 +61,6 @@ class PatientReader {
   void TryComparison(CandidateIndex& index, std::size_t column, std::int32_t patient_id,
                      std::string_view value) const;
   std::int64_t Count(const std::string& condition) const;
-  bool HasPatient() const { return in_place_ ? has_patient_ : !patients_->Eof(); }
   void NextPatient();
   void MakeReady(CandidateIndex& index, int threads) const;
   std::int32_t TakeRow(const RowTexts& row);

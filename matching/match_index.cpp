@@ -50,7 +50,7 @@ MatchIndex::MatchIndex(const std::shared_ptr<Connection>& connection,
                        const MatchIndexProgress& progress)
     : state_(std::make_unique<State>(connection)) {
   PatientReader reader(connection, state_->index.rules);
-  reader.Open(0);
+  reader.Open(0, !progress);
   reader.Read(state_->index, static_cast<int>(std::thread::hardware_concurrency()), progress);
 }
 

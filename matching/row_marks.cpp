@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace qm {
 
@@ -31,9 +32,9 @@ bool IsBroad(const PatientRows::Column& column) {
 
 }  // namespace
 
-void RowMarks::ChooseLanes(const IndexRules& rules) {
-  lanes_.clear();
-  if (!rules.CanPassOver()) return;
+std::vector<RowMarks::Lane> RowMarks::ChooseLanes(const IndexRules& rules) {
+  std::vector<Lane> lanes;
+  if (!rules.CanPassOver()) return lanes;
   std::vector<std::size_t> chosen;
   for (std::size_t r = 0; r < rules.rules().size(); ++r) {
     const IndexRule& rule = rules.rules()[r];
@@ -43,13 +44,13 @@ void RowMarks::ChooseLanes(const IndexRules& rules) {
                            [&](std::size_t r) { return rules.rules()[r].most[100]; });
   chosen.resize(std::min(chosen.size(), kMostLanes));
   for (const std::size_t r : chosen) {
-    lanes_.push_back({r, rules.derived()[*rules.rules()[r].derived].IsSame()});
+    lanes.push_back({r, rules.derived()[*rules.rules()[r].derived].IsSame()});
   }
+  return lanes;
 }
 
-void RowMarks::FillLane(const PatientRows& rows, const IndexRules& rules, std::size_t lane) {
-  const IndexRule& rule = rules.rules()[lanes_[lane].rule];
-  const DerivedValues& derived = rules.derived()[*rule.derived];
+void RowMarks::FillLane(const PatientRows& rows, const IndexRule& rule,
+                        const DerivedValues& derived, std::size_t lane) {
   const PatientRows::Column& column = rows.columns()[derived.column()];
   for (RowNumber row = 0; row < of_rows_.size(); ++row) {
     const Code text = derived.Of(PatientRows::CodeAt(rows.Row(row), column));
@@ -58,13 +59,17 @@ void RowMarks::FillLane(const PatientRows& rows, const IndexRules& rules, std::s
 }
 
 void RowMarks::Make(const PatientRows& rows, const IndexRules& rules) {
-  ChooseLanes(rules);
+  lanes_.clear();  // without lanes every row passes, should it fail
   of_rows_.clear();
   of_columns_.assign(rows.columns().size(), {});
   in_order_ = rows.columns().size();
-  if (lanes_.empty()) return;
+  std::vector<Lane> lanes = ChooseLanes(rules);
+  if (lanes.empty()) return;
   of_rows_.assign(rows.count(), 0);
-  for (std::size_t i = 0; i < lanes_.size(); ++i) FillLane(rows, rules, i);
+  for (std::size_t i = 0; i < lanes.size(); ++i) {
+    const IndexRule& rule = rules.rules()[lanes[i].rule];
+    FillLane(rows, rule, rules.derived()[*rule.derived], i);
+  }
   for (std::size_t c = 0; c < of_columns_.size(); ++c) {
     const PatientRows::Column& column = rows.columns()[c];
     if (!column.blocks || !IsBroad(column)) continue;
@@ -75,6 +80,7 @@ void RowMarks::Make(const PatientRows& rows, const IndexRules& rules) {
     of_columns_[c].reserve(column.rows.size());
     for (const RowNumber row : column.rows) of_columns_[c].push_back(of_rows_[row]);
   }
+  lanes_ = std::move(lanes);
 }
 
 bool RowMarks::AreStale(const IndexRules& rules) const {
@@ -122,7 +128,9 @@ void RowSieve::Prepare(std::int32_t cutoff) {
     own_ |= RowMarks::InLane(i, *side.code);
     adds_ |= static_cast<RowMarks::Mark>(share) << (8 * i);
   }
-  if (needed > 0) needed_ = static_cast<std::uint32_t>(needed * kMostShare / weightiest);
+  if (needed > 0) {
+    needed_ = static_cast<std::uint32_t>((needed * kMostShare + weightiest - 1) / weightiest);
+  }
 }
 
 // Tells which of the marks pass, and whether any does.

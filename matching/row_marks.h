@@ -39,6 +39,8 @@ class RowMarks {
   static Mark InLane(std::size_t lane, Code text) { return (1 + text % 255) << (8 * lane); }
 
   void Make(const PatientRows& rows, const IndexRules& rules);
+  /// Until they are made anew, every row passes.
+  void Drop() { lanes_.clear(); }
   /// Whether texts have other codes than when they were made.
   bool AreStale(const IndexRules& rules) const;
 
@@ -50,8 +52,9 @@ class RowMarks {
   std::size_t Bytes() const;
 
  private:
-  void ChooseLanes(const IndexRules& rules);
-  void FillLane(const PatientRows& rows, const IndexRules& rules, std::size_t lane);
+  static std::vector<Lane> ChooseLanes(const IndexRules& rules);
+  void FillLane(const PatientRows& rows, const IndexRule& rule, const DerivedValues& derived,
+                std::size_t lane);
 
   std::vector<Lane> lanes_;
   std::vector<Mark> of_rows_;

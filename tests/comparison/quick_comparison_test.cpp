@@ -1,6 +1,7 @@
 // The quick ways of comparing against the plain one, which is proved by itself elsewhere: bit for
 // bit, on texts of every kind that they tell apart.
 #include <gtest/gtest.h>
+#include <qm/conversions.h>
 
 #include <cmath>
 #include <fstream>
@@ -89,7 +90,9 @@ TEST(QuickComparison, OfTwoTextsGivesThePlainScore) {
     for (const int parameter : {0, 1, 2, 3, 99}) {
       const double score = PlainCompare(a, b, parameter);
       ASSERT_EQ(BuiltInCompare(a, b, parameter), score) << a << "|" << b << " " << parameter;
-      ASSERT_EQ(PreparedComparator(a, parameter).Compare(b), score) << a << "|" << b;
+      const PreparedComparator prepared(a, parameter);
+      ASSERT_EQ(prepared.Compare(b), score) << a << "|" << b;
+      ASSERT_EQ(prepared.Percent(b), RoundHalfEven(score * 100)) << a << "|" << b;
     }
     ExpectSameRows<8>(a, b);
     ExpectSameRows<16>(a, b);
