@@ -210,7 +210,7 @@ void MatchMany(const std::shared_ptr<Connection>& connection, Recordset& abstrac
   batch.memory = options.memory;
   batch.threads = options.threads;
   batch.reading = batch.searching = options.progress;
-  batch.in_place = !options.progress;
+  batch.in_place = !options.progress && options.memory == 0;
   std::int64_t place = 0;
   std::vector<Match> matches;
   BatchSearch(connection, std::move(batch)).Run(abstracts, [&](const BatchSearch::Record& record) {

@@ -32,7 +32,7 @@ struct BatchOptions {
   std::int64_t memory = 0;           ///< bytes; 0 without limit
   int threads = 0;                   ///< 0: one a core
   std::vector<std::string> shown{};  ///< columns of the records that are told with each
-  bool in_place = true;              ///< `reading` leaves the connection alone
+  bool in_place = true;              ///< the callbacks leave the connection alone
   MatchIndexProgress reading{};      ///< patients
   MatchIndexProgress searching{};    ///< records of those taken together
 };

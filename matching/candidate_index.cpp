@@ -144,7 +144,7 @@ void PatientReader::Open(std::int64_t memory, bool in_place) {
   done_ = 0;
   memory_ = memory;
   in_place_.reset();
-  if (in_place && memory == 0 && IsSqlite(*connection_)) {
+  if (in_place && IsSqlite(*connection_)) {
     in_place_ = std::make_unique<TextRows>(connection_, Query(""));
     has_patient_ = in_place_->Next();
     return;

@@ -45,7 +45,7 @@ class PatientReader {
   PatientReader(std::shared_ptr<Connection> connection, const IndexRules& rules);
 
   /// All patients anew, for indexes that take so many bytes each (0: one for all, without end).
-  /// Reading in place nothing else may be done with the connection until `Read` is through.
+  /// Read in place, the connection is neither closed nor written to before `Read` has told the end.
   void Open(std::int64_t memory, bool in_place);
   /// Reads on into an empty index, until it is full, and makes it ready; gives whether patients are
   /// left. 3251 when blocking in memory might not find what the engine finds: a blocking column
