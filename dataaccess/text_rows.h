@@ -3,7 +3,8 @@
 // `TextRows` goes through a query's rows once, forward, each value read where the engine holds it.
 // Order of calls: make one, which runs the query; `Next` until it says no, after each the values. A
 // row costs nothing but what is read of it. Errors as of a recordset that is opened with the query.
-// While one lives, nothing else may be done with its connection.
+// While one lives, nothing else may be done with its connection; SQLite bears other statements that
+// only read.
 #pragma once
 
 #include <memory>

@@ -12,10 +12,10 @@
 // `PatientID`. Quotes in values are escaped, so that O'BRIEN is found.
 //
 // Cost: making it reads every patient once, a second or two a million, and sorts them by the
-// broadest blocking column; about 50 bytes a patient for codes and places, and 50 for distinct
-// values, each held once. A search passes over a candidate in less than a nanosecond where rules of
-// plain equality tell that it cannot reach the cut-off, weighs it in some tens where they do not,
-// and scores only those that can still reach it. With a rule that reads several columns, or the
+// broadest blocking column; about 100 bytes a patient, each distinct value held once. A search
+// passes over a candidate in about a nanosecond where rules of plain equality tell that it cannot
+// reach the cut-off, weighs it in some tens where they do not, and scores only those that can still
+// reach it. With a rule that reads several columns, or the
 // clock, or that fails for some patient, every candidate is scored.
 //
 // Many threads may search at once; a refresh waits for them, and later searches for it. It refuses

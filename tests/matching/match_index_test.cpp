@@ -284,12 +284,49 @@ TEST(MatchIndex, RefusesBlockingThatItCannotDo) {
     registry.ChangeRegistry(each.change);
     registry.Fill("tblBlockingParameters",
                   std::string("('lastname', '") + each.column + "', NULL)");
-    const auto make = [&] { MatchIndex index(registry.database); };
-    if (each.number == 0) {
-      EXPECT_NO_THROW(make());
-    } else {
-      EXPECT_EQ(Raises(make).number, each.number);
+    // Who is told of the progress may use the connection, so that patients are read otherwise.
+    for (const bool told : {false, true}) {
+      const MatchIndexProgress tell = [](std::int64_t, std::int64_t) {};
+      const auto make = [&] {
+        MatchIndex index(registry.database, told ? tell : MatchIndexProgress());
+      };
+      if (each.number == 0) {
+        EXPECT_NO_THROW(make());
+      } else {
+        EXPECT_EQ(Raises(make).number, each.number);
+      }
     }
+  }
+}
+
+// What is told may close the connection that the patients come from.
+TEST(MatchIndex, LeavesTheConnectionToWhoIsTold) {
+  for (const std::int64_t memory : {std::int64_t{0}, std::int64_t{1} << 18U}) {
+    MatchRegistry registry;
+    registry.ChangeRegistry(
+        "ALTER TABLE Patients ADD COLUMN city TEXT;"
+        "ALTER TABLE Patients ADD COLUMN town TEXT;");
+    registry.ChangeRegistry(kManyPatients);
+    registry.Fill("tblBlockingParameters", "('lastname', 'lastname', NULL)");
+    const auto close = [&] { registry.database->Close(); };
+    const auto reopen = [&] { registry.database->Open(); };
+    MatchManyOptions options;
+    options.memory = memory;
+    options.progress = [&](std::int64_t, std::int64_t) { close(); };
+    const auto abstracts = OpenSqlite(registry.registry_path)
+                               ->Execute("SELECT 'LEE' AS lastname UNION ALL SELECT 'DOE'");
+    const auto search = [&](const auto& found) {
+      MatchMany(registry.database, *abstracts, found, options);
+    };
+    EXPECT_EQ(Raises([&] { search([](std::int64_t, std::span<const Match>) {}); }).number,
+              kErrObjectClosed);
+    reopen();
+    options.progress = {};
+    int told = 0;
+    search([&](std::int64_t, std::span<const Match>) {
+      if (told++ == 0) close();
+    });
+    EXPECT_EQ(told, 2);
   }
 }
 
